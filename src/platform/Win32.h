@@ -1,0 +1,23 @@
+// The Windows ABI as the rest of the system sees it.
+//
+// On Windows these are the SDK headers. Elsewhere they are our own declarations with the
+// same names, layouts, IIDs and numeric values, for exactly the subset the product uses,
+// so that one code path serves both builds.
+#pragma once
+
+#ifdef _WIN32
+#include <windows.h>
+#include <objbase.h>
+#include <oleauto.h>
+#include <winreg.h>
+#include <winver.h>
+#include <mapicode.h>
+#include <ntstatus.h>
+#else
+#include "platform/linux/Types.h"
+#include "platform/linux/ResultCodes.h"
+#include "platform/linux/Com.h"
+#include "platform/linux/Kernel.h"
+#include "platform/linux/Registry.h"
+#include "platform/linux/Version.h"
+#endif

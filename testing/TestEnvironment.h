@@ -1,0 +1,19 @@
+// What every test program shares: where the sources are, and a clean settings store.
+#pragma once
+
+#include <string>
+
+namespace zelvo {
+namespace testing {
+
+// The repository root, from ZELVO_SOURCE_DIR (set by CTest); empty when unknown.
+std::string sourceDir();
+// A file of the repository, e.g. "tests/sieve/data/example.sieve"; empty when unknown.
+std::string sourcePath(const std::string& relative);
+// A wide text as UTF-8, for test messages.
+std::string utf8(const std::wstring& text);
+// The whole content of a file as bytes; throws std::runtime_error when it cannot be read.
+std::string readFile(const std::string& path);
+
+}  // namespace testing
+}  // namespace zelvo
