@@ -206,8 +206,8 @@ bool MemorySettings::parse(const std::string& text) {
     SettingsValue value;
     if (rest.rfind("dword:", 0) == 0) {
       char* end = nullptr;
-      const unsigned long d = std::strtoul(rest.c_str() + 6, &end, 16);
-      if (rest.size() == 6 || *end != '\0' || d > 0xFFFFFFFFul) return false;
+      const unsigned long long d = std::strtoull(rest.c_str() + 6, &end, 16);
+      if (rest.size() == 6 || *end != '\0' || d > 0xFFFFFFFFull) return false;
       value.type = REG_DWORD;
       for (int i = 0; i < 4; ++i) value.data.push_back(static_cast<BYTE>(d >> (8 * i)));
     } else if (!rest.empty() && rest[0] == '"') {

@@ -6,13 +6,18 @@
 #pragma once
 
 #ifdef _WIN32
+// The status codes come from ntstatus.h alone, not also from winnt.h.
+#define WIN32_NO_STATUS
 #include <windows.h>
+#undef WIN32_NO_STATUS
+#include <winternl.h>
+#include <ntstatus.h>
 #include <objbase.h>
 #include <oleauto.h>
+#include <olectl.h>
 #include <winreg.h>
 #include <winver.h>
 #include <mapicode.h>
-#include <ntstatus.h>
 #else
 #include "platform/linux/Types.h"
 #include "platform/linux/ResultCodes.h"
