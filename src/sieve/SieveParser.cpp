@@ -552,11 +552,15 @@ bool parseRules(std::wstring_view text, SieveRule*& head, bool commentsMode, Sie
       last->next = rule;
     last = rule;
   }
-  const bool ok = parser.errorFlag == 0;
-  if (ok) {
-    mergeRedirects(chain.get());
-    head = chain.release();
+  if (parser.errorFlag == 0) {
+    try {
+      mergeRedirects(chain.get());
+    } catch (const std::bad_alloc&) {
+      setParseError(parser, L"out of memory");
+    }
   }
+  const bool ok = parser.errorFlag == 0;
+  if (ok) head = chain.release();
   if (status) *status = parser;
   return ok;
 }
