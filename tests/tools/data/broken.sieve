@@ -1,0 +1,6 @@
+#!1 Newsletters
+if header :contains "List-Id" "news"
+{
+  fileinto "News"
+  stop;
+}
