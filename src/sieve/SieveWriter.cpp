@@ -275,6 +275,11 @@ bool writeRules(std::wostream& out, const SieveRule* head) {
       ok = false;
     } else {
       SieveRule::splitRules(copy.get());
+      // splitRules leaves each top-level copy pointing at the one before it, and the
+      // writer follows parents to the top for every line: point each straight at its top
+      // (same answers, linear time) so that a long list of addresses cannot stall a save.
+      for (SieveRule* rule = copy.get(); rule; rule = rule->next)
+        if (rule->parent && rule->parent->parent) rule->parent = rule->parent->parent;
       for (SieveRule* rule = copy.get(); rule; rule = rule->next) {
         if (!writeRule(out, rule, 0, true, false)) {
           ok = false;

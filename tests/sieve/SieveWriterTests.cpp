@@ -303,3 +303,18 @@ TEST(SieveWriter, ALineFeedInANameBreaksTheScriptStructure) {
   EXPECT_FALSE(parsed.ok);
   EXPECT_EQ(parsed.message(), L"invalid command: lines");
 }
+
+TEST(SieveWriter, ATopLevelRuleAfterSplitRedirectsTakesItsPrefixFromTheirTop) {
+  // splitRules points the rule after the copies at the last copy, and a top-level rule's
+  // parent is never overwritten by the writer: the `# ` of its lines comes from the first
+  // redirect's flag, while the If's own braces follow its own flag (Parts 1.1, 1.3). The
+  // rule editor only builds If rules, so a top-level redirect comes from a hand-made script.
+  auto parsed = parse(L"#!0 fw\r\n# redirect \"a,b\";\r\n#!1 x\r\nif true { keep; }");
+  ASSERT_TRUE(parsed.ok);
+  EXPECT_EQ(sievetest::writeRulesText(parsed.head.get()),
+            crlf({L"#!0 fw", L"# redirect \"a\";", L"#!0 fw", L"# redirect \"b\";", L"#!1 x", L"# if true ", L"{",
+                  L"#   keep;", L"}"}));
+  // writeScript has no split copies, and writes the rule as it is.
+  EXPECT_EQ(sievetest::writeScript(parsed.head.get()),
+            crlf({L"#!0 fw", L"# redirect \"a,b\";", L"#!1 x", L"if true ", L"{", L"  keep;", L"}"}));
+}
