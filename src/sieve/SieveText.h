@@ -3,15 +3,17 @@
 #pragma once
 
 #include <cstddef>
-#include <cwctype>
 
 #include "sieve/SieveParser.h"
 
 namespace Sieve {
 namespace details {
 
-// Letters by the system's wide alphabetic test, as the server's reader has them.
-inline bool isLetter(wchar_t ch) { return std::iswalpha(static_cast<std::wint_t>(ch)) != 0; }
+// Letters and white space by the system's wide character tests. The add-in's CRT answers
+// them from Unicode whatever the locale; glibc's "C" locale knows ASCII only, so elsewhere
+// the tests ask the C.UTF-8 locale, and a script reads the same on both builds.
+bool isLetter(wchar_t ch);
+bool isWhiteSpace(wchar_t ch);
 
 // Keywords, tags and comparison values are ASCII; they match without regard to case.
 inline wchar_t asciiLower(wchar_t ch) { return ch >= L'A' && ch <= L'Z' ? static_cast<wchar_t>(ch - L'A' + L'a') : ch; }

@@ -193,7 +193,7 @@ bool nextToken(SieveParser& parser, SieveInput& input) {
     if (ch == L'\n') {
       ++parser.line;
       if (state != LexState::BlockComment) parser.lexState = LexState::Code;
-    } else if (std::iswspace(static_cast<std::wint_t>(ch))) {
+    } else if (details::isWhiteSpace(ch)) {
     } else if (state != LexState::BlockComment && ch == L'#') {
       if (state == LexState::Code) {
         wchar_t following = 0;

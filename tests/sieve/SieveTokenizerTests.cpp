@@ -82,6 +82,16 @@ TEST(SieveTokenizer, TokenForms) {
   expectTokens(std::begin(cases), std::end(cases));
 }
 
+TEST(SieveTokenizer, LettersAndWhiteSpaceAreUnicodeOnEveryBuild) {
+  const TokenCase cases[] = {
+      {L"gr\x00f6\x00df" L"e :gr\x00f6\x00df" L"e", L"id:gr\x00f6\x00df" L"e tag:gr\x00f6\x00df" L"e"},
+      {L"\x0416\x0443\x043a;", L"id:\x0416\x0443\x043a p:;"},
+      {L"keep;\x2003stop;", L"id:keep p:; id:stop p:;"},  // an em space
+      {L"keep;\x20acstop;", L"id:keep p:;"},             // a euro sign begins no token
+  };
+  expectTokens(std::begin(cases), std::end(cases));
+}
+
 TEST(SieveTokenizer, NumbersWithSuffixesWrapAroundIn32Bits) {
   const TokenCase cases[] = {
       {L"0", L"num:0"},
