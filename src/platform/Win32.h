@@ -25,4 +25,5 @@
 #include "platform/linux/Kernel.h"
 #include "platform/linux/Registry.h"
 #include "platform/linux/Version.h"
+#include "platform/linux/Mapi.h"
 #endif

@@ -1,0 +1,83 @@
+// The reference store service: IGlobalConfig, IFolderConfig and the store allocator over
+// an in-memory Mailbox, with MAPI objects that hand them out as a store of the product
+// does. It serves the command-line tool, the tests and the host stand-in.
+//
+// Every operation can be told to fail once with a chosen code (failNext), so that the
+// error paths of callers run against the real service. What the service was asked to do
+// beyond changing the mailbox (synchronisations, junk marks...) is kept in Activity.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "store/StoreInterfaces.h"
+#include "store/reference/Mailbox.h"
+
+namespace ReferenceStore {
+
+enum class Operation {
+  // IGlobalConfig
+  GetFolderList, SetSieveScript, GetSieveScript, TranslateFolderName, GetAllocator, MarkAsJunk,
+  GetAccountText, GetDomainName, GetSenderRecord, SetSenderRecord, SynchronizeAll, SetConnectionMode,
+  RequestSynchronization, GetServiceUid, GetStoreClass, IsAddressBookReady, SetAddressBookDone,
+  IsAddressBookDone, SetAbConfig, ClearAbConfig, GetMessageProperties, NewDelegateId, GetDelegates,
+  SetDelegates, GetDelegators, ResolveAddress, CheckSenderAddress, SendSenderRequest, GetDelegateRights,
+  // IFolderConfig
+  GetAccessRights, SetAccessRights, GetSynchronization, SetSynchronization, FolderGetAllocator,
+  GetGlobalConfig, IsFeatureAvailable, GetFolderFlags, ResynchronizeContents,
+  // IMAPIProp of the store and folder objects
+  OpenProperty,
+};
+
+struct JunkMark {
+  std::vector<std::string> entryIds;
+  bool junk = false;
+};
+
+struct Activity {
+  unsigned synchronizeAllCalls = 0;
+  unsigned senderRequests = 0;
+  unsigned long connectionMode = 0;  // 0 until setConnectionMode
+  // One element per requestSynchronization: the folder's path, or none for "everything".
+  std::vector<std::optional<std::wstring>> synchronizationRequests;
+  std::vector<std::wstring> resynchronizedFolders;
+  std::vector<JunkMark> junkMarks;
+  bool abConfigSet = false;
+};
+
+struct StoreState;
+
+class Store {
+ public:
+  explicit Store(Mailbox mailbox = Mailbox());
+  ~Store();
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
+
+  // Raises as loadMailbox does.
+  static std::unique_ptr<Store> load(const std::string& folder);
+  void save(const std::string& folder) const;
+
+  Mailbox mailbox() const;
+  void setMailbox(Mailbox mailbox);
+  Activity activity() const;
+
+  // The next call of operation answers code and changes nothing. Several calls queue.
+  void failNext(Operation operation, HRESULT code);
+  size_t pendingFailures() const;
+
+  // New references. The store's one IGlobalConfig; a folder's IFolderConfig (raises
+  // MAPI_E_NOT_FOUND for an unknown path); MAPI objects whose OpenProperty of
+  // kConfigPropertyTag gives those.
+  IGlobalConfig* globalConfig();
+  IFolderConfig* folderConfig(const std::wstring& path);
+  IMAPIProp* mapiStore();
+  IMAPIProp* mapiFolder(const std::wstring& path);
+
+ private:
+  std::shared_ptr<StoreState> state_;
+};
+
+}  // namespace ReferenceStore
