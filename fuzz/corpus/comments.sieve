@@ -1,0 +1,4 @@
+# a comment
+keep; # trailing comment
+/* block
+ comment */ stop;

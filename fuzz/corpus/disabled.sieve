@@ -1,0 +1,12 @@
+#!1 Named
+if true 
+{
+  keep;
+}
+#!0 Off
+# if header :contains "Subject" "x" 
+# {
+#   discard;
+# }
+#!0
+# stop;

@@ -1,0 +1,2 @@
+if size :between 1 { keep; }
+if address :bogus "a" "b" { keep; }

@@ -1,0 +1,3 @@
+fileinto "a\"b\\c\nd\re\tf\q'g";
+reject "multi
+line";

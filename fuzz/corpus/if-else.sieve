@@ -1,0 +1,1 @@
+if true { keep; } elsif false { discard; } else { stop; }

@@ -1,0 +1,5 @@
+reject text:
+line one
+line two
+.
+;

@@ -1,0 +1,1 @@
+if true { if false { if true { keep; } } stop; }

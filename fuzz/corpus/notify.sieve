@@ -1,0 +1,3 @@
+notify;
+notify :method "mail" :options "bob@x" :message "hi $from$";
+notify :message "";

@@ -1,0 +1,2 @@
+#!1 Müll €
+if header :contains "Subject" "📧 Grüße" { fileinto "Ablage/Müll"; }

@@ -1,0 +1,2 @@
+vacation;
+vacation "text";
