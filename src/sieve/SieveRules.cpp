@@ -197,4 +197,55 @@ void SieveRules::setJunkEmailTrustContacts(bool trustContacts) {
   setSieveStatus(SieveStatus::Modified);
 }
 
+SieveRule* SieveRules::findOutOfOfficeRule() const {
+  SieveRule* rule = findRule(rules_, kOutOfOfficeRuleName);
+  return isOutOfOfficeRule(rule) ? rule : nullptr;
+}
+
+void SieveRules::insertOutOfOfficeRule(SieveRule* rule) {
+  insertAtHead(rule);
+  if (SieveRule* junk = findRule(rules_, kJunkEmailRuleName)) details::repairJunkEmailPosition(rules_, junk);
+}
+
+void SieveRules::getOutOfOffice(OutOfOfficeParams& params) const {
+  const int64_t moment = now();
+  initOutOfOffice(params, moment);
+  requireLoaded();
+  if (const SieveRule* rule = findOutOfOfficeRule()) readOutOfOffice(rule, params, moment);
+}
+
+void SieveRules::setOutOfOffice(const OutOfOfficeParams& params) {
+  requireLoaded();
+  if (SieveRule* rule = findOutOfOfficeRule()) {
+    details::repairOutOfOfficePosition(rules_, rule);
+    applyOutOfOffice(rule, params);
+  } else {
+    insertOutOfOfficeRule(createOutOfOfficeRule(params));
+  }
+  setSieveStatus(SieveStatus::Modified);
+}
+
+bool SieveRules::getOutOfOfficeEnabled() const {
+  requireLoaded();
+  const SieveRule* rule = findOutOfOfficeRule();
+  if (!rule || !rule->enabled) return false;
+  OutOfOfficeParams params;
+  readOutOfOffice(rule, params, now());
+  return params.rangeEnabled ? params.activeNow : params.enabled;
+}
+
+void SieveRules::setOutOfOfficeEnabled(bool enabled) {
+  requireLoaded();
+  if (SieveRule* rule = findOutOfOfficeRule()) {
+    details::repairOutOfOfficePosition(rules_, rule);
+    rule->enabled = enabled;
+  } else {
+    OutOfOfficeParams params;
+    initOutOfOffice(params, now());
+    params.enabled = enabled;
+    insertOutOfOfficeRule(createOutOfOfficeRule(params));
+  }
+  setSieveStatus(SieveStatus::Modified);
+}
+
 }  // namespace Sieve

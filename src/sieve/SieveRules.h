@@ -3,10 +3,13 @@
 // directly behind it; the user's rules follow in their order.
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "platform/Win32.h"
+#include "sieve/OutOfOfficeRule.h"
 #include "sieve/SieveModel.h"
 #include "sieve/SieveParser.h"
 
@@ -43,6 +46,8 @@ class SieveRules {
   virtual ~SieveRules();
 
   void setScriptRepair(IScriptRepair* repair) { repair_ = repair; }
+  // The present moment in seconds since 1970 UTC, for the out-of-office range.
+  void setClock(std::function<int64_t()> clock) { clock_ = std::move(clock); }
 
   // Frees the rules; the status becomes NotLoaded.
   void clear();
@@ -74,15 +79,28 @@ class SieveRules {
   bool getJunkEmailTrustContacts() const;
   void setJunkEmailTrustContacts(bool trustContacts);
 
+  // The out-of-office reply, with the same raising and status rules. getOutOfOffice fills
+  // in the defaults before anything else, so that a caller always has a record to edit.
+  void getOutOfOffice(OutOfOfficeParams& params) const;
+  void setOutOfOffice(const OutOfOfficeParams& params);
+  // The rule's flag, or with a range whether the range holds the present moment.
+  bool getOutOfOfficeEnabled() const;
+  void setOutOfOfficeEnabled(bool enabled);
+
  protected:
   void requireLoaded() const;
   // The rule of that name when it has the junk e-mail form, else null.
   SieveRule* findJunkEmailRule() const;
   void insertAtHead(SieveRule* rule);
+  SieveRule* findOutOfOfficeRule() const;
+  // A new out-of-office rule goes to the head, and a junk e-mail rule back in front of it.
+  void insertOutOfOfficeRule(SieveRule* rule);
+  int64_t now() const { return clock_ ? clock_() : systemClockSeconds(); }
 
   SieveRule* rules_ = nullptr;
   SieveStatus status_ = SieveStatus::NotLoaded;
   IScriptRepair* repair_ = nullptr;
+  std::function<int64_t()> clock_;
 };
 
 namespace details {
