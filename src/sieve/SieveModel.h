@@ -182,7 +182,8 @@ enum CloneMode : int {
 
 // Null gives null, and so does running out of memory. The elseBlock is never copied: the
 // copy of an If has an empty else branch, by design (Part 1.1). A non-null parent is set on
-// the head copy through setParent.
+// the head copy through setParent; in mode 2 the sibling copies get the same parent, and
+// the commands of each copied block point at their copied If.
 SieveRule* cloneRule(const SieveRule* rule, int mode, SieveRule* parent = nullptr) noexcept;
 // Copies the scalar fields, and with deep also keys, values and subTests with their
 // siblings. The head copy's next stays null. Null or out of memory gives null.

@@ -43,7 +43,9 @@ constexpr std::size_t kTokenTextSize = 2049;    // 2048 characters and the termi
 constexpr std::size_t kErrorMessageSize = 512;  // 511 characters and the terminator
 constexpr std::size_t kReadLineSize = 256;      // readLine keeps up to 255 characters
 // How deep tests and blocks may nest. The dialect has no limit of its own; this one keeps a
-// hostile script from exhausting the stack of the reader, the writer and the copies.
+// hostile script from exhausting the stack of the reader, the writer and the copies. Going
+// deeper records the error "script nested too deeply"; running out of memory while parsing
+// records "out of memory". Neither text is the server's: it has no such errors.
 constexpr int kMaxNesting = 256;
 
 // The record the tokenizer and the parser share; zeroed at the start of a parse, and handed
