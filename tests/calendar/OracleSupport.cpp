@@ -14,6 +14,10 @@
 namespace zelvo::testing {
 
 std::string runOracle(const std::string& script, const std::string& arguments, std::vector<std::string>& lines) {
+  return runScript("tests/calendar/" + script, arguments, lines);
+}
+
+std::string runScript(const std::string& script, const std::string& arguments, std::vector<std::string>& lines) {
 #ifdef _WIN32
   // Under Wine there is no python3 to ask.
   return "the oracle scripts run natively only";
@@ -21,10 +25,11 @@ std::string runOracle(const std::string& script, const std::string& arguments, s
   if (std::system("python3 -c 'import dateutil, zoneinfo' >/dev/null 2>&1") != 0) {
     return "python3 with dateutil and zoneinfo is not installed";
   }
-  const std::string path = sourcePath("tests/calendar/" + script);
+  const std::string path = sourcePath(script);
   if (path.empty()) return "ZELVO_SOURCE_DIR is not set";
   const std::filesystem::path output = std::filesystem::temp_directory_path() /
-                                       ("zelvo-" + script + "-" + std::to_string(getpid()) + ".txt");
+                                       ("zelvo-" + std::filesystem::path(script).filename().string() + "-" +
+                                        std::to_string(getpid()) + ".txt");
   const std::string command = "python3 '" + path + "' --output '" + output.string() + "' " + arguments;
   if (std::system(command.c_str()) != 0) {
     std::filesystem::remove(output);

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "calendar/TimeZone.h"
+#include "testing/TestEnvironment.h"
 #include "tests/calendar/OracleSupport.h"
 
 using namespace zelvo::timezone;
@@ -83,4 +84,32 @@ TEST(ZoneOracle, NamedZoneOffsetsAgreeWithZoneinfo) {
   }
   std::printf("zone oracle: %zu of %zu named zones agree at every instant; %zu of %zu instants agree\n",
               zonesAgreeing, lines.size(), instantsAgreeing, instants);
+}
+
+TEST(ZoneTableGenerator, CommittedTablesMatchTheGenerator) {
+  const std::string installed = [] {
+    try {
+      const std::string data = zelvo::testing::readFile("/usr/share/zoneinfo/tzdata.zi");
+      const std::string prefix = "# version ";
+      return data.compare(0, prefix.size(), prefix) == 0 ? data.substr(prefix.size(), data.find('\n') - prefix.size())
+                                                         : std::string();
+    } catch (const std::exception&) {
+      return std::string();
+    }
+  }();
+  if (installed != tables::tzdataVersion) {
+    GTEST_SKIP() << "the tables come from tzdata " << tables::tzdataVersion << ", this machine has '" << installed
+                 << "'; refresh with python3 tools/tzgen/tzgen.py --output src/calendar/ZoneTableData.cpp";
+  }
+  std::vector<std::string> generated;
+  const std::string reason = zelvo::testing::runScript("tools/tzgen/tzgen.py", "2>/dev/null", generated);
+  if (!reason.empty()) GTEST_SKIP() << reason;
+  const std::string committed = zelvo::testing::readFile(zelvo::testing::sourcePath("src/calendar/ZoneTableData.cpp"));
+  std::string joined;
+  for (const std::string& line : generated) joined += line + "\n";
+  std::string withoutBlankLines;
+  for (const std::string& line : zelvo::testing::splitText(committed, '\n')) {
+    if (!line.empty()) withoutBlankLines += line + "\n";
+  }
+  EXPECT_EQ(withoutBlankLines, joined) << "src/calendar/ZoneTableData.cpp differs from what tools/tzgen/tzgen.py writes";
 }
