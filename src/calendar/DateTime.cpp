@@ -19,6 +19,9 @@ int64_t floorDiv(int64_t a, int64_t b) { return a / b - ((a % b != 0) && ((a < 0
 int64_t floorMod(int64_t a, int64_t b) { return a - floorDiv(a, b) * b; }
 }  // namespace
 
+const char* const monthNames[12] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+
 bool isLeapYear(int64_t year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
 
 int monthLength(int64_t year, int month) {

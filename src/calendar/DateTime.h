@@ -33,6 +33,8 @@ namespace details {
 constexpr int64_t firstClampedValue = -11644473600LL;
 constexpr int64_t lastClampedValue = 884541340800LL;
 bool isLeapYear(int64_t year);
+// "Jan" to "Dec", for the text forms that name months.
+extern const char* const monthNames[12];
 // Length of a month (0 to 11) of a full year.
 int monthLength(int64_t year, int month);
 // Clamps to the range above, then breaks down.
