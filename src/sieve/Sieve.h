@@ -1,4 +1,4 @@
-// The Sieve engine core in one include: model (Part 1.1), reader (Part 1.2), writer (Part 1.3).
+// The Sieve engine core in one include: model, reader, writer.
 #pragma once
 
 #include "sieve/SieveModel.h"

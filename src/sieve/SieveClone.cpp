@@ -1,4 +1,4 @@
-// Explicit copies of rules, tests and string lists (Part 1.1). Running out of memory gives
+// Explicit copies of rules, tests and string lists. Running out of memory gives
 // null and frees what was copied so far.
 #include <new>
 

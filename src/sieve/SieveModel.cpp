@@ -1,4 +1,4 @@
-// Nodes, freeing, parent pointers and list operations of the Sieve tree (Part 1.1).
+// Nodes, freeing, parent pointers and list operations of the Sieve tree.
 #include "sieve/SieveModel.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// The tree a Sieve script is parsed into (spec Part 1.1): rules and tests chained through
+// The tree a Sieve script is parsed into: rules and tests chained through
 // plain next pointers, and string lists as chains of wide strings.
 //
 // Ownership is by head: whoever holds the first node of a chain owns the whole chain, and
@@ -137,12 +137,12 @@ struct SieveRule {
   std::wstring& parameter(VacationParameter id) { return parameter(static_cast<std::uint32_t>(id)); }
 
   // Cuts every Redirect's argument at comma, semicolon and blank into one Redirect per
-  // address, in place (Part 1.1). A failed copy raises E_FAIL "Failed to clone sieve rule".
+  // address, in place. A failed copy raises E_FAIL "Failed to clone sieve rule".
   static void splitRules(SieveRule* head);
-  // Parses a whole script (Part 1.2). A null head raises E_INVALIDARG; a failed parse raises
+  // Parses a whole script. A null head raises E_INVALIDARG; a failed parse raises
   // E_FAIL "Failed to parse sieve script (error=%d, line=%d)". *head owns the result.
   static void parseScript(const std::wstring& text, SieveRule** head);
-  // Writes one rule (single) or the chain beginning at rule (Part 1.3); else branches come
+  // Writes one rule (single) or the chain beginning at rule; else branches come
   // out. A rule that cannot be written raises E_FAIL "Failed to write sieve script." and
   // leaves text untouched. Sets the parent pointers of the written blocks.
   static void writeScript(SieveRule* rule, std::wstring& text, bool single);
@@ -181,7 +181,7 @@ enum CloneMode : int {
 };
 
 // Null gives null, and so does running out of memory. The elseBlock is never copied: the
-// copy of an If has an empty else branch, by design (Part 1.1). A non-null parent is set on
+// copy of an If has an empty else branch, by design. A non-null parent is set on
 // the head copy through setParent; in mode 2 the sibling copies get the same parent, and
 // the commands of each copied block point at their copied If.
 SieveRule* cloneRule(const SieveRule* rule, int mode, SieveRule* parent = nullptr) noexcept;

@@ -1,4 +1,4 @@
-// The productions of the Sieve reader (Part 1.2). Each returns an owned node or null; the
+// The productions of the Sieve reader. Each returns an owned node or null; the
 // first error is recorded in the parser record, and nothing here raises.
 #include "sieve/SieveParser.h"
 

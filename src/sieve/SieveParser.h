@@ -1,4 +1,4 @@
-// The Sieve script reader (spec Part 1.2): a hand-written tokenizer with a small comment
+// The Sieve script reader: a hand-written tokenizer with a small comment
 // state machine and a recursive-descent parser for the server's dialect.
 //
 // The parser never raises and holds no global state: one SieveParser record serves one

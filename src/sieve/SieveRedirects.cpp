@@ -1,4 +1,4 @@
-// The two forms of forwarding (Part 1.1): a script holds one `redirect` per address, the
+// The two forms of forwarding: a script holds one `redirect` per address, the
 // model one Redirect per list with the addresses joined by "; ".
 #include <memory>
 #include <new>

@@ -1,4 +1,4 @@
-// The raising forms of the reader and the writer over a whole text (Parts 1.2, 1.3).
+// The raising forms of the reader and the writer over a whole text.
 #include <memory>
 #include <sstream>
 

@@ -1,4 +1,4 @@
-// The tokenizer of the Sieve reader (Part 1.2): comment states, `#!` rule headers, and the
+// The tokenizer of the Sieve reader: comment states, `#!` rule headers, and the
 // token forms of the dialect. Every write into the record's fixed buffers is bounded.
 #include <cwchar>
 #include <cwctype>

@@ -1,4 +1,4 @@
-// The Sieve script writer (Part 1.3). The spacing is the server's: tests end in a blank
+// The Sieve script writer. The spacing is the server's: tests end in a blank
 // (but size), string lists too, and every line ends in CRLF.
 #include "sieve/SieveWriter.h"
 
@@ -98,7 +98,7 @@ bool writeBlock(std::wostream& out, SieveRule* rule, SieveRule* block, int depth
 
 // Writes an If; returns whether it is complete without the common line end.
 bool writeIf(std::wostream& out, SieveRule* rule, int depth, bool withComments, bool asElsif, bool& lineEndDue) {
-  // The prefix of an If's own lines comes from its own flag; see Part 1.3.
+  // The prefix of an If's own lines comes from its own flag.
   const wchar_t* prefix = withComments && !rule->enabled ? L"# " : L"";
   out << (asElsif ? L"elsif " : L"if ");
   if (!writeTest(out, rule->test, depth)) return false;

@@ -1,4 +1,4 @@
-// The Sieve script writer (spec Part 1.3): the tree back into the server's dialect, with
+// The Sieve script writer: the tree back into the server's dialect, with
 // CRLF line ends and the exact spacing that the reader and the server's web client expect.
 #pragma once
 

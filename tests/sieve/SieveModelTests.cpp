@@ -1,4 +1,4 @@
-// The script model of Part 1.1: construction, parents, copies, list operations, and the
+// The script model: construction, parents, copies, list operations, and the
 // two forms of forwarding.
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// The productions of Part 1.2: every error message with its line, and the shapes that the
+// The productions of the reader: every error message with its line, and the shapes that the
 // dialect's quirks give.
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-// Reader and writer against each other (Part 1.3): the example texts of Parts 1.3, 1.5 and
-// 1.6 come back byte for byte, and the table "What survives a rewrite" holds row by row.
+// Reader and writer against each other: the example scripts of a plain rule, the
+// out-of-office rule and the junk e-mail rule come back byte for byte, and the table "What survives a rewrite" holds row by row.
 #include <gtest/gtest.h>
 
 #include <string>

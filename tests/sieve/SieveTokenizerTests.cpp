@@ -1,4 +1,4 @@
-// The tokenizer of Part 1.2: token forms, number suffixes, escapes, cuts, the comment state
+// The tokenizer: token forms, number suffixes, escapes, cuts, the comment state
 // machine with `#` and `#!`, and line counting.
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// The writer of Part 1.3: exact text, spacing and CRLF of every piece.
+// The writer: exact text, spacing and CRLF of every piece.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -307,7 +307,7 @@ TEST(SieveWriter, ALineFeedInANameBreaksTheScriptStructure) {
 TEST(SieveWriter, ATopLevelRuleAfterSplitRedirectsTakesItsPrefixFromTheirTop) {
   // splitRules points the rule after the copies at the last copy, and a top-level rule's
   // parent is never overwritten by the writer: the `# ` of its lines comes from the first
-  // redirect's flag, while the If's own braces follow its own flag (Parts 1.1, 1.3). The
+  // redirect's flag, while the If's own braces follow its own flag. The
   // rule editor only builds If rules, so a top-level redirect comes from a hand-made script.
   auto parsed = parse(L"#!0 fw\r\n# redirect \"a,b\";\r\n#!1 x\r\nif true { keep; }");
   ASSERT_TRUE(parsed.ok);
