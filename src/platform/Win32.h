@@ -25,5 +25,10 @@
 #include "platform/linux/Kernel.h"
 #include "platform/linux/Registry.h"
 #include "platform/linux/Version.h"
+#include "platform/linux/Handles.h"
+#include "platform/linux/Files.h"
+#include "platform/linux/Sync.h"
+#include "platform/linux/Storage.h"
+#include "platform/linux/Marshal.h"
 #include "platform/linux/Mapi.h"
 #endif
