@@ -108,7 +108,15 @@ HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD, LPSECURITY_
   const std::string path = platform::toUtf8(lpFileName);
   const int fd = ::open(path.c_str(), flags, 0600);
   if (fd < 0) {
+    const int error = errno;
     failFromErrno();
+    // Windows tells a missing file in an existing folder from a missing folder.
+    if (error == ENOENT) {
+      const size_t slash = path.find_last_of('/');
+      const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+      struct stat st;
+      if (::stat(folder.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) SetLastError(ERROR_FILE_NOT_FOUND);
+    }
     return INVALID_HANDLE_VALUE;
   }
   if (dwFlagsAndAttributes & FILE_FLAG_DELETE_ON_CLOSE) ::unlink(path.c_str());
