@@ -7,6 +7,7 @@
 
 #include "base/HResultException.h"
 #include "sieve/JunkEmailRule.h"
+#include "sieve/RuleList.h"
 #include "sieve/SieveWriter.h"
 #include "testing/TestEnvironment.h"
 
@@ -411,6 +412,29 @@ TEST(ReservedPositions, RepairMovesOnlyTheRuleItIsGiven) {
   RulePtr one(parseOne(kJunk));
   SieveRule* head = one.get();
   EXPECT_EQ(codeOf([&] { Sieve::details::repairOutOfOfficePosition(head, nullptr); }), E_INVALIDARG);
+}
+
+TEST(RuleList, ReservedRowsFirstRepeatsDroppedAndTheChainHandedBackInOrder) {
+  const std::wstring ooo = crlf({L"#!0 __WebmailAutoreply__", L"# if true { vacation \"x\"; }"});
+  SieveRules rules;
+  rules.parseSieveScript(crlf({L"#!1 A", L"if true { keep; discard; fileinto \"x\"; keep; }", L"if false { stop; }"}) +
+                             ooo + kJunk,
+                         false, nullptr);
+  RuleList list;
+  list.load(rules);
+  ASSERT_EQ(list.size(), 4u);
+  const wchar_t* names[] = {L"Junk e-mail filter", L"Out of office reply", L"A", L"(unnamed rule)"};
+  for (size_t row = 0; row < list.size(); ++row) EXPECT_EQ(list.name(row), names[row]) << row;
+  EXPECT_TRUE(list.isReserved(0));
+  EXPECT_TRUE(list.isReserved(1));
+  EXPECT_FALSE(list.toggle(1)) << "reserved rows keep their state";
+  EXPECT_FALSE(list.rule(1)->enabled);
+  EXPECT_TRUE(list.toggle(3));
+  list.apply(rules);
+  // The junk e-mail rule, the out-of-office rule, then the user's rules; one Keep or Discard a rule.
+  EXPECT_EQ(written(rules), kJunk + ooo.substr(0, 26) + L"# if true \r\n# {\r\n#   vacation :days 7 \"x\";\r\n# }\r\n" +
+                                crlf({L"#!1 A", L"if true ", L"{", L"  keep;", L"  fileinto \"x\";", L"}",
+                                      L"#!0 ", L"# if false ", L"# {", L"#   stop;", L"# }"}));
 }
 
 }  // namespace

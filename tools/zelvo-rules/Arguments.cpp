@@ -1,5 +1,7 @@
 #include "Arguments.h"
 
+#include "ToolText.h"
+
 #include "platform/Utf8.h"
 #include "strings/Localization.h"
 
@@ -11,8 +13,6 @@ bool isHelp(const std::string& arg) { return arg == "--help" || arg == "-h"; }
 
 bool looksLikeOption(const std::string& arg) { return arg.size() > 1 && arg[0] == '-'; }
 
-std::wstring wide(const std::string& utf8) { return platform::fromUtf8Lenient(utf8); }
-
 CommandLine failure(std::wstring message) {
   CommandLine line;
   line.request = CommandLine::Request::Error;
@@ -23,7 +23,6 @@ CommandLine failure(std::wstring message) {
 }  // namespace details
 
 CommandLine parseCommandLine(const std::vector<std::string>& args, const SyntaxLookup& syntaxOf) {
-  using details::wide;
   if (args.empty()) return details::failure(Localization::getString(IDS_TOOL_NO_COMMAND));
 
   const std::string& first = args[0];

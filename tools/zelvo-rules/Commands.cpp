@@ -4,7 +4,9 @@
 #include <new>
 #include <sstream>
 
+#include "MailboxTarget.h"
 #include "ScriptInput.h"
+#include "ToolText.h"
 #include "base/HResultException.h"
 #include "base/ModuleVersion.h"
 #include "platform/Utf8.h"
@@ -16,17 +18,13 @@ namespace zelvo {
 namespace rules {
 namespace details {
 
-void writeText(std::ostream& stream, const std::wstring& text) {
-  const std::string bytes = platform::toUtf8(text);
-  stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
-
-void writeLine(std::ostream& stream, const std::wstring& text) {
-  writeText(stream, text);
-  stream.put('\n');
-}
-
 const CommandSyntax kOneFile{{}, 1, 1};
+
+// Mailbox commands take the rules from a script file, --file, --mailbox or the default.
+const std::vector<OptionSyntax> kTargetOptions{{"--mailbox", true}, {"--file", true}};
+const CommandSyntax kTargetOnly{kTargetOptions, 0, 1};
+const CommandSyntax kRowAndTarget{kTargetOptions, 1, 2};
+const CommandSyntax kJunk{kTargetOptions, 0, 4096};
 
 // The script of the command's one operand, parsed as the add-in parses a mailbox's script
 // when it loads it. Returns the exit code; on success rules holds the chain.
@@ -65,6 +63,10 @@ const std::vector<Command>& commands() {
   static const std::vector<Command> table = {
       {"check", IDS_TOOL_CHECK_SUMMARY, IDS_TOOL_CHECK_HELP, details::kOneFile, runCheck},
       {"format", IDS_TOOL_FORMAT_SUMMARY, IDS_TOOL_FORMAT_HELP, details::kOneFile, runFormat},
+      {"list", IDS_TOOL_LIST_SUMMARY, IDS_TOOL_LIST_HELP, details::kTargetOnly, runList},
+      {"enable", IDS_TOOL_ENABLE_SUMMARY, IDS_TOOL_ENABLE_HELP, details::kRowAndTarget, runEnable},
+      {"disable", IDS_TOOL_DISABLE_SUMMARY, IDS_TOOL_DISABLE_HELP, details::kRowAndTarget, runDisable},
+      {"junk", IDS_TOOL_JUNK_SUMMARY, IDS_TOOL_JUNK_HELP, details::kJunk, runJunk},
   };
   return table;
 }
@@ -81,7 +83,7 @@ int runCheck(const CommandLine& line, ToolIo& io) {
   if (const int code = details::loadRules(line, io, input, rules); code != ExitSuccess) return code;
   unsigned long count = 0;
   for (const Sieve::SieveRule* r = rules.get(); r; r = r->next) ++count;
-  details::writeLine(io.out, Localization::formatString(IDS_TOOL_CHECK_OK, input.name, count));
+  writeLine(io.out, Localization::formatString(IDS_TOOL_CHECK_OK, input.name, count));
   return ExitSuccess;
 }
 
@@ -97,12 +99,16 @@ int runFormat(const CommandLine& line, ToolIo& io) {
     written = false;  // a copy that failed on the way: the same for the user
   }
   if (!written) {
-    details::writeLine(io.err, Localization::formatString(IDS_TOOL_WRITE_FAILED, input.name));
+    writeLine(io.err, Localization::formatString(IDS_TOOL_WRITE_FAILED, input.name));
     return ExitScriptError;
   }
   // Exactly what would be stored: CRLF from the writer, nothing added.
-  details::writeText(io.out, Sieve::textOfStream(stream));
+  writeText(io.out, Sieve::textOfStream(stream));
   return ExitSuccess;
+}
+
+std::wstring targetHelp() {
+  return Localization::formatString(IDS_TOOL_TARGET_HELP, platform::fromUtf8Lenient(defaultMailboxFolder()));
 }
 
 std::wstring toolVersion() {
@@ -127,27 +133,28 @@ int runTool(const std::vector<std::string>& args, ToolIo& io) {
     });
     switch (line.request) {
       case CommandLine::Request::Error:
-        details::writeLine(io.err, line.error);
+        writeLine(io.err, line.error);
         return ExitUsage;
       case CommandLine::Request::Help:
-        details::writeText(io.out, Localization::formatString(IDS_TOOL_USAGE, details::commandList()));
+        writeText(io.out, Localization::formatString(IDS_TOOL_USAGE, details::commandList()));
         return ExitSuccess;
       case CommandLine::Request::CommandHelp:
-        details::writeText(io.out, Localization::getString(findCommand(line.command)->helpId));
+        // Mailbox commands end their help with the paragraph on where the rules come from.
+        writeText(io.out, Localization::formatString(findCommand(line.command)->helpId, targetHelp()));
         return ExitSuccess;
       case CommandLine::Request::Version:
-        details::writeLine(io.out, Localization::formatString(IDS_TOOL_VERSION, toolVersion()));
+        writeLine(io.out, Localization::formatString(IDS_TOOL_VERSION, toolVersion()));
         return ExitSuccess;
       case CommandLine::Request::Run:
         return findCommand(line.command)->run(line, io);
     }
     return ExitUsage;
   } catch (const std::bad_alloc&) {
-    details::writeLine(io.err, Localization::getString(IDS_TOOL_OUT_OF_MEMORY));
+    writeLine(io.err, Localization::getString(IDS_TOOL_OUT_OF_MEMORY));
   } catch (const HResultException& e) {
-    details::writeLine(io.err, Localization::formatString(IDS_TOOL_INTERNAL_ERROR, e.text()));
+    writeLine(io.err, Localization::formatString(IDS_TOOL_INTERNAL_ERROR, e.text()));
   } catch (const std::exception& e) {
-    details::writeLine(io.err, Localization::formatString(IDS_TOOL_INTERNAL_ERROR, platform::fromUtf8Lenient(e.what())));
+    writeLine(io.err, Localization::formatString(IDS_TOOL_INTERNAL_ERROR, platform::fromUtf8Lenient(e.what())));
   }
   return ExitUsage;
 }

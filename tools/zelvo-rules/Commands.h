@@ -44,6 +44,16 @@ int runCheck(const CommandLine& line, ToolIo& io);
 // format FILE: prints the text that saving the parsed rules would store.
 int runFormat(const CommandLine& line, ToolIo& io);
 
+// list, enable ROW, disable ROW, junk ...: on a script file, --file FILE, --mailbox DIR or
+// the default mailbox (MailboxTarget.h).
+int runList(const CommandLine& line, ToolIo& io);
+int runEnable(const CommandLine& line, ToolIo& io);
+int runDisable(const CommandLine& line, ToolIo& io);
+int runJunk(const CommandLine& line, ToolIo& io);
+
+// The paragraph on FILE, --mailbox and the default mailbox that mailbox commands' help ends with.
+std::wstring targetHelp();
+
 // The tool's version: the program's version block, or the build's version.
 std::wstring toolVersion();
 

@@ -1,0 +1,298 @@
+// The mailbox commands of zelvo-rules (list, enable, disable, junk) run as functions on
+// copies of the sample mailbox: exit codes, the exact lines, what reaches the files, and
+// that nothing is written when nothing changed.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "Commands.h"
+#include "MailboxTarget.h"
+#include "base/HResultException.h"
+#include "sieve/SieveRules.h"
+#include "store/reference/ReferenceStore.h"
+#include "testing/TestEnvironment.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using zelvo::rules::runTool;
+using zelvo::rules::ToolIo;
+
+struct Outcome {
+  int code;
+  std::string out;
+  std::string err;
+};
+
+Outcome run(std::vector<std::string> args, const std::string& input = std::string()) {
+  std::istringstream in(input);
+  std::ostringstream out, err;
+  ToolIo io{in, out, err};
+  const int code = runTool(args, io);
+  return {code, out.str(), err.str()};
+}
+
+std::string readBytes(const fs::path& path) { return zelvo::testing::readFile(path.string()); }
+
+// A copy of the sample mailbox for one test.
+class MailboxCopy : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (zelvo::testing::sourceDir().empty()) GTEST_SKIP() << "ZELVO_SOURCE_DIR is not set";
+    static int counter = 0;
+    dir_ = fs::temp_directory_path() / ("zelvo-mailbox-" + std::to_string(++counter) + "-" +
+                                        std::to_string(reinterpret_cast<std::uintptr_t>(this)));
+    fs::remove_all(dir_);
+    fs::create_directories(dir_);
+    const fs::path sample = zelvo::testing::sourcePath("samples/mailbox");
+    fs::copy_file(sample / "script.sieve", dir_ / "script.sieve");
+    fs::copy_file(sample / "mailbox.json", dir_ / "mailbox.json");
+  }
+  void TearDown() override {
+    std::error_code ec;
+    fs::remove_all(dir_, ec);
+  }
+  Outcome runOn(std::vector<std::string> args) {
+    args.push_back("--mailbox");
+    args.push_back(dir_.string());
+    return run(args);
+  }
+  std::string script() const { return readBytes(dir_ / "script.sieve"); }
+  std::string json() const { return readBytes(dir_ / "mailbox.json"); }
+  std::string name() const { return dir_.string(); }
+
+  fs::path dir_;
+};
+
+const char* const kSampleRows =
+    "1  [x]  Junk e-mail filter\n"
+    "2  [ ]  Out of office reply\n"
+    "3  [x]  Team reports\n"
+    "4  [x]  Invoices\n"
+    "5  [x]  Boss to phone\n"
+    "6  [x]  Mailing lists\n"
+    "7  [ ]  Large attachments\n"
+    "8  [x]  Drop calendar noise\n"
+    "9  [x]  Family\n";
+
+TEST_F(MailboxCopy, ListShowsTheRowsOfTheRulesDialog) {
+  const Outcome o = runOn({"list"});
+  EXPECT_EQ(o.code, 0) << o.err;
+  EXPECT_EQ(o.out, kSampleRows);
+  EXPECT_EQ(o.err, "");
+}
+
+TEST_F(MailboxCopy, ReservedRulesComeFirstWhereverTheScriptHasThem) {
+  // A junk rule in third place, an unnamed rule, and two rules named like the junk rule.
+  std::ofstream(dir_ / "script.sieve", std::ios::binary)
+      << "#!1 First\r\nif true { keep; }\r\n"
+         "if true { discard; }\r\n"
+         "#!1 __WebmailJunk__\r\nif spamtest { fileinto \"Junk E-Mail\"; stop; }\r\n"
+         "#!0 __WebmailJunk__\r\n# if true { keep; }\r\n";
+  const Outcome o = runOn({"list"});
+  EXPECT_EQ(o.code, 0) << o.err;
+  EXPECT_EQ(o.out,
+            "1  [x]  Junk e-mail filter\n"
+            "2  [x]  First\n"
+            "3  [x]  (unnamed rule)\n"
+            "4  [ ]  Junk e-mail filter\n");
+}
+
+TEST_F(MailboxCopy, EnableAndDisableChangeOneRuleAndSaveOnlyChanges) {
+  const std::string before = script();
+  Outcome o = runOn({"disable", "3"});
+  EXPECT_EQ(o.code, 0) << o.err;
+  EXPECT_EQ(o.err, name() + ": saved\n");
+  const std::string after = script();
+  EXPECT_NE(after.find("#!0 Team reports\r\n# if address"), std::string::npos);
+  EXPECT_NE(runOn({"list"}).out.find("\n3  [ ]  Team reports\n4  [x]  Invoices\n"), std::string::npos);
+
+  // The same again: the rule set is not touched, so nothing is written. A mailbox.json in
+  // a hand-made layout would be rewritten by a save; it stays as it is.
+  std::ofstream(dir_ / "mailbox.json", std::ios::app) << "\n\n";
+  const std::string handMade = json();
+  o = runOn({"disable", "3"});
+  EXPECT_EQ(o.code, 0);
+  EXPECT_EQ(o.err, name() + ": unchanged\n");
+  EXPECT_EQ(script(), after);
+  EXPECT_EQ(json(), handMade);
+
+  o = runOn({"enable", "3"});
+  EXPECT_EQ(o.code, 0) << o.err;
+  EXPECT_EQ(script(), before) << "the sample is in the writer's form already";
+}
+
+TEST_F(MailboxCopy, RowErrors) {
+  const struct {
+    std::vector<std::string> args;
+    int code;
+    std::string err;
+  } cases[] = {
+      {{"enable", "0"}, 2, "zelvo-rules enable: there is no row 0; 'zelvo-rules list' shows rows 1 to 9\n"},
+      {{"disable", "10"}, 2, "zelvo-rules disable: there is no row 10; 'zelvo-rules list' shows rows 1 to 9\n"},
+      {{"enable", "x1"}, 2, "zelvo-rules enable: 'x1' is not a row number\n"},
+      {{"enable", "-1"}, 2, "zelvo-rules enable: unknown option '-1'; run 'zelvo-rules enable --help' for usage\n"},
+      {{"disable", "1"}, 1,
+       "zelvo-rules disable: row 1 ('Junk e-mail filter') has a command of its own: 'zelvo-rules junk on' or "
+       "'zelvo-rules junk off'\n"},
+      {{"enable", "2"}, 1,
+       "zelvo-rules enable: row 2 ('Out of office reply') has a command of its own: 'zelvo-rules ooo on' or "
+       "'zelvo-rules ooo off'\n"},
+  };
+  const std::string before = script();
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.args[0] + " " + c.args[1]);
+    const Outcome o = runOn(c.args);
+    EXPECT_EQ(o.code, c.code);
+    EXPECT_EQ(o.err, c.err);
+    EXPECT_EQ(script(), before);
+  }
+}
+
+TEST_F(MailboxCopy, JunkCommands) {
+  const struct {
+    std::vector<std::string> args;
+    int code;
+    std::string err;        // after the mailbox's name
+    std::string state;      // 'junk' afterwards
+  } steps[] = {
+      {{"junk"}, 0, "",
+       "Junk e-mail filter: on\nTrust your contacts: on\nTrusted senders: newsletter@lists.example.org, "
+       "billing@utility.example.net\n"},
+      {{"junk", "off"}, 0, ": saved\n",
+       "Junk e-mail filter: off\nTrust your contacts: on\nTrusted senders: newsletter@lists.example.org, "
+       "billing@utility.example.net\n"},
+      {{"junk", "off"}, 0, ": unchanged\n", ""},
+      {{"junk", "trust", "add", "a@example.org", "BILLING@utility.example.net"}, 0, ": saved\n",
+       "Junk e-mail filter: off\nTrust your contacts: on\nTrusted senders: newsletter@lists.example.org, "
+       "billing@utility.example.net, a@example.org\n"},
+      {{"junk", "trust", "remove", "newsletter@lists.example.org", "billing@utility.example.net", "a@example.org"}, 0,
+       ": saved\n", "Junk e-mail filter: off\nTrust your contacts: on\nTrusted senders: none\n"},
+      {{"junk", "contacts", "off"}, 0, ": saved\n",
+       "Junk e-mail filter: off\nTrust your contacts: off\nTrusted senders: none\n"},
+      {{"junk", "on"}, 0, ": saved\n", "Junk e-mail filter: on\nTrust your contacts: off\nTrusted senders: none\n"},
+  };
+  for (const auto& s : steps) {
+    std::string trace;
+    for (const auto& a : s.args) trace += a + " ";
+    SCOPED_TRACE(trace);
+    const Outcome o = runOn(s.args);
+    EXPECT_EQ(o.code, s.code);
+    if (s.args.size() == 1) {
+      EXPECT_EQ(o.out, s.state);
+      continue;
+    }
+    EXPECT_EQ(o.err, s.err.empty() ? "" : name() + s.err);
+    if (!s.state.empty()) EXPECT_EQ(runOn({"junk"}).out, s.state);
+  }
+  // No senders and no contacts: the plain spamtest again.
+  EXPECT_NE(script().find("#!1 __WebmailJunk__\r\nif spamtest \r\n{"), std::string::npos);
+}
+
+TEST_F(MailboxCopy, JunkUsageErrors) {
+  const struct {
+    std::vector<std::string> args;
+    std::string err;
+  } cases[] = {
+      {{"junk", "trust"}, "zelvo-rules junk: expected 'on', 'off', 'trust add|remove ADDRESS...' or 'contacts on|off'; "
+                          "run 'zelvo-rules junk --help' for usage\n"},
+      {{"junk", "trust", "add"}, "zelvo-rules junk: expected 'on', 'off', 'trust add|remove ADDRESS...' or 'contacts "
+                                 "on|off'; run 'zelvo-rules junk --help' for usage\n"},
+      {{"junk", "contacts", "maybe"}, "zelvo-rules junk: expected 'on' or 'off', not 'maybe'\n"},
+  };
+  for (const auto& c : cases) {
+    const Outcome o = runOn(c.args);
+    EXPECT_EQ(o.code, 2);
+    EXPECT_EQ(o.err, c.err);
+  }
+  const Outcome missing = runOn({"junk", "trust", "remove", "nobody@example.org"});
+  EXPECT_EQ(missing.code, 1);
+  EXPECT_EQ(missing.err, "zelvo-rules junk: nobody@example.org is not a trusted sender\n" + name() + ": unchanged\n");
+}
+
+TEST_F(MailboxCopy, ABrokenScriptIsReportedAndLeftAsItWas) {
+  const std::string broken = "#!1 A\r\nif true {\r\n  keep;\r\n  frob;\r\n}\r\n";
+  std::ofstream(dir_ / "script.sieve", std::ios::binary | std::ios::trunc) << broken;
+  for (const std::vector<std::string>& args :
+       std::vector<std::vector<std::string>>{{"list"}, {"junk", "on"}, {"disable", "1"}}) {
+    const Outcome o = runOn(args);
+    EXPECT_EQ(o.code, 1);
+    EXPECT_EQ(o.err, name() + ":4: invalid command: frob\n" + name() +
+                         ": cannot read the mailbox's rules: 0x80004005 E_FAIL: Failed to parse sieve script "
+                         "(error=1, line=4)\n");
+    EXPECT_EQ(script(), broken);
+  }
+}
+
+TEST_F(MailboxCopy, ABrokenMailboxFileIsNamed) {
+  std::ofstream(dir_ / "mailbox.json", std::ios::trunc) << "{ not json";
+  const Outcome o = runOn({"list"});
+  EXPECT_EQ(o.code, 1);
+  EXPECT_EQ(o.err.rfind(name() + ": cannot open the mailbox: 0x8004011b MAPI_E_CORRUPT_DATA: mailbox.json", 0), 0u)
+      << o.err;
+}
+
+TEST_F(MailboxCopy, ScriptFilesAndStandardInput) {
+  const fs::path file = dir_ / "mine.sieve";
+  std::ofstream(file, std::ios::binary) << "#!1 A\r\nif true \r\n{\r\n  keep;\r\n}\r\n";
+  Outcome o = run({"junk", "on", file.string()});
+  EXPECT_EQ(o.code, 0) << o.err;
+  EXPECT_EQ(readBytes(file).rfind("#!1 __WebmailJunk__\r\nif spamtest \r\n", 0), 0u);
+  o = run({"list", "--file", file.string()});
+  EXPECT_EQ(o.out, "1  [x]  Junk e-mail filter\n2  [x]  A\n");
+  o = run({"list", file.string(), "--mailbox", dir_.string()});
+  EXPECT_EQ(o.code, 2);
+  // Standard input is not saved; the changed script goes to standard output.
+  o = run({"disable", "1", "-"}, "#!1 A\r\nif true { keep; }\r\n");
+  EXPECT_EQ(o.code, 0);
+  EXPECT_EQ(o.out, "#!0 A\r\n# if true \r\n# {\r\n#   keep;\r\n# }\r\n");
+  EXPECT_EQ(o.err, "<stdin>: standard input is not saved; the changed script follows\n");
+}
+
+TEST_F(MailboxCopy, TheDefaultMailboxIsMadeFromTheBuiltInSample) {
+  const fs::path home = dir_ / "default";
+  const std::string old = std::getenv("ZELVO_DEFAULT_MAILBOX") ? std::getenv("ZELVO_DEFAULT_MAILBOX") : "";
+#ifdef _WIN32
+  _putenv_s("ZELVO_DEFAULT_MAILBOX", home.string().c_str());
+#else
+  setenv("ZELVO_DEFAULT_MAILBOX", home.string().c_str(), 1);
+#endif
+  Outcome o = run({"list"});
+  EXPECT_EQ(o.code, 0);
+  EXPECT_EQ(o.out, kSampleRows);
+  EXPECT_EQ(o.err, "zelvo-rules: made your default mailbox at " + home.string() + " from the sample mailbox\n");
+  EXPECT_EQ(readBytes(home / "script.sieve"), script()) << "the built-in sample is the repository's";
+  o = run({"list"});
+  EXPECT_EQ(o.err, "") << "made once";
+#ifdef _WIN32
+  _putenv_s("ZELVO_DEFAULT_MAILBOX", old.c_str());
+#else
+  if (old.empty()) unsetenv("ZELVO_DEFAULT_MAILBOX");
+  else setenv("ZELVO_DEFAULT_MAILBOX", old.c_str(), 1);
+#endif
+}
+
+TEST_F(MailboxCopy, AFailingStoreCallLeavesTheScript) {
+  // The commands' store is the reference service; a failing save reports its code.
+  zelvo::rules::MailboxTarget target;
+  target.adopt(ReferenceStore::Store::load(dir_.string()), L"box");
+  std::istringstream in;
+  std::ostringstream out, err;
+  ToolIo io{in, out, err};
+  Sieve::SieveRules rules;
+  ASSERT_EQ(target.load(rules, io), 0);
+  rules.setJunkEmailEnabled(false);
+  target.store().failNext(ReferenceStore::Operation::SetSieveScript, MAPI_E_NETWORK_ERROR);
+  EXPECT_EQ(target.save(rules, io), 1);
+  EXPECT_EQ(err.str(), "box: cannot save the rules: 0x80040115 MAPI_E_NETWORK_ERROR; the stored script is as it was\n");
+  target.store().failNext(ReferenceStore::Operation::GetSieveScript, E_ACCESSDENIED);
+  err.str("");
+  Sieve::SieveRules again;
+  EXPECT_EQ(target.load(again, io), 1);
+  EXPECT_EQ(err.str(), "box: cannot read the mailbox's rules: 0x80070005 E_ACCESSDENIED\n");
+}
+
+}  // namespace
