@@ -19,8 +19,8 @@
 
 #include "platform/Win32.h"
 
-// The inner IUnknown of an aggregable object. Its three slots are those of IUnknown, so a
-// pointer to it is handed to the outer object as that object's IUnknown of the inner.
+// The inner IUnknown of an aggregable object, which owns its life. The outer object holds
+// it through a small IUnknown that forwards here.
 struct INondelegatingUnknown {
   virtual HRESULT STDMETHODCALLTYPE NondelegatingQueryInterface(REFIID riid, void** ppv) = 0;
   virtual ULONG STDMETHODCALLTYPE NondelegatingAddRef() = 0;
@@ -62,6 +62,24 @@ struct BaseOf<Virtual<I>> {
 // Distinct empty bases, one per entry, so that the base list stays valid.
 template <class E>
 struct NoBase {};
+
+// The IUnknown that an outer object holds for an aggregated one: a real IUnknown, so that
+// no pointer has to be reinterpreted.
+class NondelegatingFace : public IUnknown {
+ public:
+  explicit NondelegatingFace(INondelegatingUnknown* owner) : owner_(owner) {}
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override {
+    return owner_->NondelegatingQueryInterface(riid, ppv);
+  }
+  ULONG STDMETHODCALLTYPE AddRef() override { return owner_->NondelegatingAddRef(); }
+  ULONG STDMETHODCALLTYPE Release() override { return owner_->NondelegatingRelease(); }
+
+ private:
+  INondelegatingUnknown* owner_;
+};
+struct NoFace {
+  explicit NoFace(void*) {}
+};
 template <class I>
 struct BaseOf<QI<I>> {
   using type = NoBase<QI<I>>;
@@ -144,13 +162,13 @@ class IUnknownImpl : public detail::BaseOf<Entries>::type... {
   // What the outer object holds as the inner's IUnknown.
   IUnknown* nondelegatingUnknown() {
     static_assert(aggregable, "only an aggregable class has a non-delegating IUnknown");
-    return reinterpret_cast<IUnknown*>(static_cast<INondelegatingUnknown*>(this));
+    return &face_;
   }
 
  protected:
   // The count starts at 1: the creator owns the first reference.
-  IUnknownImpl() : outer_(nullptr) { initOuter(nullptr); }
-  explicit IUnknownImpl(IUnknown* outer) : outer_(nullptr) { initOuter(outer); }
+  IUnknownImpl() : outer_(nullptr), face_(this) { initOuter(nullptr); }
+  explicit IUnknownImpl(IUnknown* outer) : outer_(nullptr), face_(this) { initOuter(outer); }
   IUnknownImpl(const IUnknownImpl&) = delete;
   IUnknownImpl& operator=(const IUnknownImpl&) = delete;
   virtual ~IUnknownImpl() = default;
@@ -214,6 +232,7 @@ class IUnknownImpl : public detail::BaseOf<Entries>::type... {
   }
 
   IUnknown* outer_;
+  std::conditional_t<aggregable, detail::NondelegatingFace, detail::NoFace> face_;
   std::atomic<ULONG> count_{1};
 };
 
