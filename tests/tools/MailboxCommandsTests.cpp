@@ -295,4 +295,97 @@ TEST_F(MailboxCopy, AFailingStoreCallLeavesTheScript) {
   EXPECT_EQ(err.str(), "box: cannot read the mailbox's rules: 0x80070005 E_ACCESSDENIED\n");
 }
 
+// --- ooo -------------------------------------------------------------------------------------
+
+TEST_F(MailboxCopy, OooSetStoresTheUtcSecondsOfTheZonesRules) {
+  // Ranges across a change of the clocks; the seconds are those that the zone database gives.
+  const struct {
+    const char* zone;
+    const char* from;
+    const char* to;
+    const char* stored;
+  } cases[] = {
+      {"Europe/Berlin", "2035-03-24 18:00", "2035-03-26 09:00", ":rangeStart 2058368400 :rangeEnd 2058505200 "},
+      {"America/New_York", "2035-11-03 12:00", "2035-11-05 12:00", ":rangeStart 2077718400 :rangeEnd 2077894800 "},
+      {"Asia/Kolkata", "2035-06-01 09:30", "2035-06-02T09:30", ":rangeStart 2064283200 :rangeEnd 2064369600 "},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.zone);
+    const Outcome o = runOn({"ooo", "set", "--message", "  Away  ", "--from", c.from, "--to", c.to, "--zone", c.zone});
+    ASSERT_EQ(o.code, 0) << o.err;
+    EXPECT_NE(script().find(c.stored), std::string::npos) << script();
+    EXPECT_NE(script().find("#!1 __WebmailAutoreply__\r\nif true \r\n"), std::string::npos) << "set turns it on";
+    EXPECT_NE(script().find("\"Away\";"), std::string::npos) << "white space is cut from the message";
+  }
+  const Outcome shown = runOn({"ooo", "--zone", "Europe/Berlin"});
+  EXPECT_EQ(shown.code, 0);
+  EXPECT_NE(shown.out.find("Out of office reply: on\nAnswering now: no\nMessage: Away\n"), std::string::npos)
+      << shown.out;
+}
+
+TEST_F(MailboxCopy, OooShowsTheRangeInTheZoneAndInUtc) {
+  ASSERT_EQ(runOn({"ooo", "set", "--message", "Back soon", "--from", "2035-03-24 18:00", "--to", "2035-03-26 09:00",
+                   "--zone", "Europe/Berlin", "--external-message", "Out", "--known-contacts-only"})
+                .code,
+            0);
+  const Outcome o = runOn({"ooo", "--zone", "America/New_York"});
+  EXPECT_EQ(o.out,
+            "Out of office reply: on\nAnswering now: no\nMessage: Back soon\n"
+            "Range: 2035-03-24 13:00 to 2035-03-26 03:00 (America/New_York); UTC 2035-03-24 17:00 to 2035-03-26 "
+            "07:00\nExternal senders: on, known contacts only: yes; message: Out\n");
+}
+
+TEST_F(MailboxCopy, OooRefusesWhatItCannotStore) {
+  const struct {
+    std::vector<std::string> args;
+    std::string err;
+  } cases[] = {
+      {{"ooo", "set", "--message", "x", "--from", "2035-03-26 09:00", "--to", "2035-03-26 09:00"},
+       "zelvo-rules ooo set: the start 2035-03-26 09:00 is not before the end 2035-03-26 09:00\n"},
+      {{"ooo", "set", "--message", "x", "--from", "2035-03-27 09:00", "--to", "2035-03-26 09:00"},
+       "zelvo-rules ooo set: the start 2035-03-27 09:00 is not before the end 2035-03-26 09:00\n"},
+      {{"ooo", "set", "--message", "x", "--from", "2035-02-30 09:00", "--to", "2035-03-26 09:00"},
+       "zelvo-rules ooo set: '2035-02-30 09:00' is not a time of the form YYYY-MM-DD HH:MM\n"},
+      {{"ooo", "set", "--message", "x", "--from", "2035-03-26 9:00pm", "--to", "2035-03-27 09:00"},
+       "zelvo-rules ooo set: '2035-03-26 9:00pm' is not a time of the form YYYY-MM-DD HH:MM\n"},
+      {{"ooo", "set", "--message", "x", "--from", "2035-03-26 09:00"},
+       "zelvo-rules ooo set: give both --from and --to, or neither\n"},
+      {{"ooo", "set", "--from", "2035-03-26 09:00", "--to", "2035-03-27 09:00"},
+       "zelvo-rules ooo set: --message TEXT is needed\n"},
+      {{"ooo", "set", "--message", "x", "--zone", "Europe/Berln"}, "zelvo-rules ooo: unknown time zone 'Europe/Berln'\n"},
+      {{"ooo", "set", "--message", "x", "--known-contacts-only"},
+       "zelvo-rules ooo set: --known-contacts-only goes with --external-message\n"},
+      {{"ooo", "on", "--message", "x"}, "zelvo-rules ooo: option '--message' goes with 'set'\n"},
+      {{"ooo", "maybe", "later"},
+       "zelvo-rules ooo: expected 'on', 'off' or 'set', and at most a script file; run 'zelvo-rules ooo --help' for "
+       "usage\n"},
+  };
+  const std::string before = script();
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.err);
+    const Outcome o = runOn(c.args);
+    EXPECT_EQ(o.code, 2);
+    EXPECT_EQ(o.err, c.err);
+    EXPECT_EQ(script(), before);
+  }
+}
+
+TEST_F(MailboxCopy, OooOnAndOffKeepTheMessageAndWriteOnlyChanges) {
+  // The sample's reply is off, with a range and an external message.
+  Outcome o = runOn({"ooo", "off"});
+  EXPECT_EQ(o.err, name() + ": unchanged\n");
+  o = runOn({"ooo", "on"});
+  EXPECT_EQ(o.err, name() + ": saved\n");
+  EXPECT_NE(script().find("#!1 __WebmailAutoreply__\r\nif true \r\n{\r\n  vacation :days 7 :rangeEnabled 1 "
+                          ":rangeStart 1735718400 :rangeEnd 1736323200"),
+            std::string::npos);
+  o = runOn({"ooo", "on"});
+  EXPECT_EQ(o.err, name() + ": unchanged\n");
+  // Without the rule, on makes one with the default message, behind the junk e-mail rule.
+  std::ofstream(dir_ / "script.sieve", std::ios::binary | std::ios::trunc) << "#!1 Mine\r\nif true { keep; }\r\n";
+  EXPECT_EQ(runOn({"ooo", "off"}).err, name() + ": unchanged\n");
+  EXPECT_EQ(runOn({"ooo", "on"}).code, 0);
+  EXPECT_EQ(runOn({"list"}).out, "1  [x]  Out of office reply\n2  [x]  Mine\n");
+}
+
 }  // namespace

@@ -50,6 +50,8 @@ int runList(const CommandLine& line, ToolIo& io);
 int runEnable(const CommandLine& line, ToolIo& io);
 int runDisable(const CommandLine& line, ToolIo& io);
 int runJunk(const CommandLine& line, ToolIo& io);
+// ooo, ooo on|off, ooo set --message TEXT [--from T --to T] [--zone NAME] ...
+int runOoo(const CommandLine& line, ToolIo& io);
 
 // The paragraph on FILE, --mailbox and the default mailbox that mailbox commands' help ends with.
 std::wstring targetHelp();
