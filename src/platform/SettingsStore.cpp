@@ -158,6 +158,19 @@ bool MemorySettings::deleteTree(const std::wstring& key) {
   return true;
 }
 
+std::vector<std::wstring> MemorySettings::subKeys(const std::wstring& key) {
+  std::lock_guard<std::recursive_mutex> lock(mutex_);
+  const std::wstring prefix = details::fold(details::normaliseKey(key)) + L"\\";
+  std::vector<std::wstring> names;
+  for (auto it = keys_.lower_bound(prefix); it != keys_.end() && it->first.compare(0, prefix.size(), prefix) == 0;
+       ++it) {
+    if (it->first.find(L'\\', prefix.size()) != std::wstring::npos) continue;
+    const std::wstring& shown = it->second.displayName;
+    names.push_back(shown.substr(shown.rfind(L'\\') + 1));
+  }
+  return names;
+}
+
 std::string MemorySettings::serialize() const {
   std::lock_guard<std::recursive_mutex> lock(mutex_);
   std::string out = "; Zelvo Mail Bridge settings\n";

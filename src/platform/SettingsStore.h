@@ -38,6 +38,11 @@ class SettingsBackend {
   virtual bool setValue(const std::wstring& key, const std::wstring& name, const SettingsValue& value) = 0;
   virtual bool deleteValue(const std::wstring& key, const std::wstring& name) = 0;
   virtual bool deleteTree(const std::wstring& key) = 0;
+  // Names of the keys directly under key, in the order of their folded names.
+  virtual std::vector<std::wstring> subKeys(const std::wstring& key) {
+    (void)key;
+    return {};
+  }
 };
 
 // Settings held in memory only; each instance starts empty.
@@ -49,6 +54,7 @@ class MemorySettings : public SettingsBackend {
   bool setValue(const std::wstring& key, const std::wstring& name, const SettingsValue& value) override;
   bool deleteValue(const std::wstring& key, const std::wstring& name) override;
   bool deleteTree(const std::wstring& key) override;
+  std::vector<std::wstring> subKeys(const std::wstring& key) override;
 
   // The text form of a registry export: "[key]" lines, then "name"=dword:0000002a,
   // "name"="text" and "name"=hex(N):01,02 lines. Read back by parse().

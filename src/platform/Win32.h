@@ -18,12 +18,14 @@
 #include <winreg.h>
 #include <winver.h>
 #include <mapicode.h>
+#include <richedit.h>
 #else
 #include "platform/linux/Types.h"
 #include "platform/linux/ResultCodes.h"
 #include "platform/linux/Com.h"
 #include "platform/linux/Kernel.h"
 #include "platform/linux/Registry.h"
+#include "platform/linux/TimeZone.h"
 #include "platform/linux/Version.h"
 #include "platform/linux/Handles.h"
 #include "platform/linux/Files.h"
@@ -31,4 +33,5 @@
 #include "platform/linux/Storage.h"
 #include "platform/linux/Marshal.h"
 #include "platform/linux/Mapi.h"
+#include "platform/linux/RichEdit.h"
 #endif

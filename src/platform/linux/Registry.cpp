@@ -1,6 +1,8 @@
 // The registry calls of the Linux build, over the settings back end.
 #include <cstring>
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "platform/SettingsStore.h"
 #include "platform/Win32.h"
@@ -30,13 +32,18 @@ std::wstring join(HKEY hKey, LPCWSTR subKey) {
   return path;
 }
 
+// The "Time Zones" key is the machine's, not the user's: it has a back end of its own.
+std::shared_ptr<platform::SettingsBackend> backendFor(const std::wstring& path) {
+  return platform::isTimeZoneKeyPath(path) ? platform::timeZoneKeysBackend() : platform::settingsBackend();
+}
+
 }  // namespace
 
 LONG RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD, REGSAM, PHKEY phkResult) {
   if (!phkResult || pathOf(hKey).empty()) return ERROR_INVALID_HANDLE;
   *phkResult = nullptr;
   const std::wstring path = join(hKey, lpSubKey);
-  auto backend = platform::settingsBackend();
+  auto backend = backendFor(path);
   if (!isRoot(hKey) || (lpSubKey && *lpSubKey)) {
     if (!backend->keyExists(path)) return ERROR_FILE_NOT_FOUND;
   }
@@ -48,7 +55,7 @@ LONG RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD, LPWSTR, DWORD, REGSAM, 
                      LPDWORD lpdwDisposition) {
   if (!phkResult || pathOf(hKey).empty()) return ERROR_INVALID_HANDLE;
   const std::wstring path = join(hKey, lpSubKey);
-  auto backend = platform::settingsBackend();
+  auto backend = backendFor(path);
   const bool existed = backend->keyExists(path);
   if (!existed) backend->createKey(path);
   if (lpdwDisposition) *lpdwDisposition = existed ? 2 /* REG_OPENED_EXISTING_KEY */ : 1 /* REG_CREATED_NEW_KEY */;
@@ -65,7 +72,7 @@ LONG RegCloseKey(HKEY hKey) {
 LONG RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD, LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData) {
   if (pathOf(hKey).empty()) return ERROR_INVALID_HANDLE;
   if (lpData && !lpcbData) return ERROR_INVALID_PARAMETER;
-  const auto value = platform::settingsBackend()->getValue(pathOf(hKey), lpValueName ? lpValueName : L"");
+  const auto value = backendFor(pathOf(hKey))->getValue(pathOf(hKey), lpValueName ? lpValueName : L"");
   if (!value) return ERROR_FILE_NOT_FOUND;
   if (lpType) *lpType = value->type;
   const auto size = static_cast<DWORD>(value->data.size());
@@ -86,18 +93,37 @@ LONG RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD, DWORD dwType, const B
   platform::SettingsValue value;
   value.type = dwType;
   if (cbData) value.data.assign(lpData, lpData + cbData);
-  if (!platform::settingsBackend()->setValue(pathOf(hKey), lpValueName ? lpValueName : L"", value))
+  if (!backendFor(pathOf(hKey))->setValue(pathOf(hKey), lpValueName ? lpValueName : L"", value))
     return ERROR_FILE_NOT_FOUND;
   return ERROR_SUCCESS;
 }
 
 LONG RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName) {
   if (pathOf(hKey).empty()) return ERROR_INVALID_HANDLE;
-  return platform::settingsBackend()->deleteValue(pathOf(hKey), lpValueName ? lpValueName : L"") ? ERROR_SUCCESS
+  return backendFor(pathOf(hKey))->deleteValue(pathOf(hKey), lpValueName ? lpValueName : L"") ? ERROR_SUCCESS
                                                                                                   : ERROR_FILE_NOT_FOUND;
 }
 
 LONG RegDeleteTreeW(HKEY hKey, LPCWSTR lpSubKey) {
   if (pathOf(hKey).empty()) return ERROR_INVALID_HANDLE;
-  return platform::settingsBackend()->deleteTree(join(hKey, lpSubKey)) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+  return backendFor(join(hKey, lpSubKey))->deleteTree(join(hKey, lpSubKey)) ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+}
+
+LONG RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD, LPWSTR lpClass,
+                   LPDWORD lpcchClass, LPFILETIME lpftLastWriteTime) {
+  if (pathOf(hKey).empty()) return ERROR_INVALID_HANDLE;
+  if (!lpName || !lpcchName) return ERROR_INVALID_PARAMETER;
+  const std::vector<std::wstring> names = backendFor(pathOf(hKey))->subKeys(pathOf(hKey));
+  if (dwIndex >= names.size()) return ERROR_NO_MORE_ITEMS;
+  const std::wstring& name = names[dwIndex];
+  if (*lpcchName <= name.size()) return ERROR_MORE_DATA;
+  std::copy(name.begin(), name.end(), lpName);
+  lpName[name.size()] = 0;
+  *lpcchName = static_cast<DWORD>(name.size());
+  if (lpClass && lpcchClass && *lpcchClass > 0) {
+    *lpClass = 0;
+    *lpcchClass = 0;
+  }
+  if (lpftLastWriteTime) *lpftLastWriteTime = FILETIME{};
+  return ERROR_SUCCESS;
 }
