@@ -8,6 +8,7 @@
 
 #include "base/StreamDigest.h"
 #include "base/ZMutex.h"
+#include "calendar/LocalTimeZone.h"
 #include "calendar/RecurrenceIterator.h"
 
 namespace zelvo::timezone {
@@ -53,7 +54,7 @@ ZTimeZone localTimeZone() {
     std::lock_guard<tiny::ZMutex> guard(local.mutex);
     provider = local.provider;
   }
-  return provider ? provider() : ZTimeZone();
+  return provider ? provider() : getLocalTimeZone();
 }
 
 // An onset of the tables is a wall-clock time in the offset in force before it.

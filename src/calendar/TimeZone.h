@@ -1,7 +1,7 @@
 // The zone model: a zone is a named list of observances, each a standard or daylight
 // period with its first onset, the offsets on either side and a yearly rule, built from
-// the rows of the zone tables. The machine's own zone is found by the platform layer and
-// handed in through setLocalTimeZoneProvider.
+// the rows of the zone tables. The machine's own zone is getLocalTimeZone (LocalTimeZone.h)
+// unless another is handed in through setLocalTimeZoneProvider.
 #pragma once
 
 #include <cstdint>
@@ -62,7 +62,7 @@ ZTimeZone findTimeZone(const std::wstring& text);
 Duration parseUtcOffset(const std::string& text);
 
 // The machine's zone, which findTimeZone gives for "server" and an empty text and whose
-// standard offset it compares numbers with. Without a provider there is no local zone.
+// standard offset it compares numbers with. Without a provider it is getLocalTimeZone().
 void setLocalTimeZoneProvider(std::function<ZTimeZone()> provider);
 
 namespace details {
