@@ -5,6 +5,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 
 #include "base/StreamDigest.h"
 #include "base/ZMutex.h"
@@ -146,9 +147,12 @@ struct YearEntry {
   Duration outer;
 };
 
+// Entries are found by signature and year; the list keeps their order of insertion, so that
+// the oldest goes first when the cache is full.
 struct YearlyCache {
   tiny::ZMutex mutex;
-  std::deque<YearEntry> entries;
+  std::deque<std::pair<std::string, int>> entries;
+  std::unordered_map<std::string, std::unordered_map<int, YearEntry>> bySignature;
 };
 YearlyCache& yearlyCache() {
   static YearlyCache instance;
@@ -163,11 +167,13 @@ bool yearlyOffset(const ZTimeZone& zone, int64_t t, Duration& result) {
   bool found = false;
   {
     std::lock_guard<tiny::ZMutex> guard(cache.mutex);
-    for (const YearEntry& candidate : cache.entries) {
-      if (candidate.year == year && candidate.signature == signature) {
-        entry = candidate;
-        found = true;
-        break;
+    const auto zoneEntries = cache.bySignature.find(signature);
+    if (zoneEntries != cache.bySignature.end()) {
+      const auto hit = zoneEntries->second.find(year);
+      if (hit != zoneEntries->second.end()) {
+        const YearEntry& cached = hit->second;
+        result = t >= cached.first && t < cached.last ? cached.inner : cached.outer;
+        return true;
       }
     }
   }
@@ -181,8 +187,18 @@ bool yearlyOffset(const ZTimeZone& zone, int64_t t, Duration& result) {
     entry = YearEntry{signature, year, aFirst ? onsetA : onsetB, aFirst ? onsetB : onsetA,
                       aFirst ? a.offsetTo : b.offsetTo, aFirst ? b.offsetTo : a.offsetTo};
     std::lock_guard<tiny::ZMutex> guard(cache.mutex);
-    if (cache.entries.size() >= details::yearlyCacheCapacity) cache.entries.pop_front();
-    cache.entries.push_back(entry);
+    auto& years = cache.bySignature[signature];
+    if (years.count(year) == 0) {  // another thread may have put it in meanwhile
+      if (cache.entries.size() >= details::yearlyCacheCapacity) {
+        const auto& oldest = cache.entries.front();
+        const auto zoneEntries = cache.bySignature.find(oldest.first);
+        zoneEntries->second.erase(oldest.second);
+        if (zoneEntries->second.empty() && zoneEntries->first != signature) cache.bySignature.erase(zoneEntries);
+        cache.entries.pop_front();
+      }
+      cache.entries.emplace_back(signature, year);
+      years.emplace(year, entry);
+    }
   }
   result = t >= entry.first && t < entry.last ? entry.inner : entry.outer;
   return true;
@@ -236,6 +252,7 @@ size_t yearlyCacheSize() {
 void clearYearlyCache() {
   std::lock_guard<tiny::ZMutex> guard(yearlyCache().mutex);
   yearlyCache().entries.clear();
+  yearlyCache().bySignature.clear();
 }
 }  // namespace details
 
