@@ -9,18 +9,14 @@
 #include "sieve/SieveRules.h"
 #include "sieve/SieveWriter.h"
 #include "strings/Localization.h"
+#include "tests/sieve/SieveTestSupport.h"
 #include "testing/TestEnvironment.h"
 
 namespace {
 
 using namespace Sieve;
 using zelvo::testing::utf8;
-
-std::wstring crlf(std::initializer_list<const wchar_t*> lines) {
-  std::wstring text;
-  for (const wchar_t* line : lines) text += std::wstring(line) + L"\r\n";
-  return text;
-}
+using sievetest::crlf;
 
 // The rule as the system writes it, with a range and the external options.
 const std::wstring kExample = crlf(

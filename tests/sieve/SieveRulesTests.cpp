@@ -9,19 +9,14 @@
 #include "sieve/JunkEmailRule.h"
 #include "sieve/RuleList.h"
 #include "sieve/SieveWriter.h"
+#include "tests/sieve/SieveTestSupport.h"
 #include "testing/TestEnvironment.h"
 
 namespace {
 
 using namespace Sieve;
 using zelvo::testing::utf8;
-
-// Lines joined with CRLF, as the server keeps them.
-std::wstring crlf(std::initializer_list<const wchar_t*> lines) {
-  std::wstring text;
-  for (const wchar_t* line : lines) text += std::wstring(line) + L"\r\n";
-  return text;
-}
+using sievetest::crlf;
 
 const std::wstring kJunk = crlf({L"#!1 __WebmailJunk__",
                                  L"if allof (spamtest , not address :all :is :iscontact \"From\" [\"a\", \"b\"] ) ",

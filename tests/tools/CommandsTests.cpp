@@ -8,26 +8,15 @@
 #include <sstream>
 
 #include "testing/TestEnvironment.h"
+#include "tests/tools/ToolRun.h"
 
 namespace {
 
 using zelvo::rules::runTool;
 using zelvo::rules::ToolIo;
 
-struct Outcome {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-Outcome run(const std::vector<std::string>& args, const std::string& input = std::string()) {
-  std::istringstream in(input);
-  std::ostringstream out;
-  std::ostringstream err;
-  ToolIo io{in, out, err};
-  const int code = runTool(args, io);
-  return {code, out.str(), err.str()};
-}
+using tooltest::Outcome;
+using tooltest::run;
 
 std::string sample(const std::string& name) { return zelvo::testing::sourcePath("tests/tools/data/" + name); }
 

@@ -14,6 +14,7 @@
 #include "sieve/SieveRules.h"
 #include "store/reference/ReferenceStore.h"
 #include "testing/TestEnvironment.h"
+#include "tests/tools/ToolRun.h"
 
 namespace {
 
@@ -21,19 +22,8 @@ namespace fs = std::filesystem;
 using zelvo::rules::runTool;
 using zelvo::rules::ToolIo;
 
-struct Outcome {
-  int code;
-  std::string out;
-  std::string err;
-};
-
-Outcome run(std::vector<std::string> args, const std::string& input = std::string()) {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  ToolIo io{in, out, err};
-  const int code = runTool(args, io);
-  return {code, out.str(), err.str()};
-}
+using tooltest::Outcome;
+using tooltest::run;
 
 std::string readBytes(const fs::path& path) { return zelvo::testing::readFile(path.string()); }
 
