@@ -6,6 +6,7 @@
 
 #include "MailboxTarget.h"
 #include "ScriptInput.h"
+#include "ShowCommand.h"
 #include "ToolText.h"
 #include "base/HResultException.h"
 #include "base/ModuleVersion.h"
@@ -25,6 +26,7 @@ const std::vector<OptionSyntax> kTargetOptions{{"--mailbox", true}, {"--file", t
 const CommandSyntax kTargetOnly{kTargetOptions, 0, 1};
 const CommandSyntax kRowAndTarget{kTargetOptions, 1, 2};
 const CommandSyntax kJunk{kTargetOptions, 0, 4096};
+const CommandSyntax kShow{{{"--mailbox", true}, {"--file", true}, {"--rtf", false}}, 1, 2};
 const CommandSyntax kOoo{{{"--mailbox", true},
                          {"--file", true},
                          {"--zone", true},
@@ -77,6 +79,7 @@ const std::vector<Command>& commands() {
       {"enable", IDS_TOOL_ENABLE_SUMMARY, IDS_TOOL_ENABLE_HELP, details::kRowAndTarget, runEnable},
       {"disable", IDS_TOOL_DISABLE_SUMMARY, IDS_TOOL_DISABLE_HELP, details::kRowAndTarget, runDisable},
       {"junk", IDS_TOOL_JUNK_SUMMARY, IDS_TOOL_JUNK_HELP, details::kJunk, runJunk},
+      {"show", IDS_TOOL_SHOW_SUMMARY, IDS_TOOL_SHOW_HELP, details::kShow, runShow},
       {"ooo", IDS_TOOL_OOO_SUMMARY, IDS_TOOL_OOO_HELP, details::kOoo, runOoo},
   };
   return table;
