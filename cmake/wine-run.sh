@@ -8,14 +8,26 @@ while [ "$dir" != "/" ] && [ ! -f "$dir/CMakeCache.txt" ]; do dir=$(dirname "$di
 [ -f "$dir/CMakeCache.txt" ] || dir=$(cd "$(dirname "$prog")" && pwd)
 export WINEPREFIX="${WINEPREFIX:-$dir/wineprefix}"
 export WINEDEBUG=-all
+wineserver=/usr/lib/wine/wineserver64
+[ -x "$wineserver" ] || wineserver=/usr/lib/wine/wineserver
 export WINEDLLOVERRIDES="${WINEDLLOVERRIDES:-mscoree,mshtml=}"
-if [ ! -f "$WINEPREFIX/system.reg" ]; then
-  # Make the prefix once; several tests may start at the same moment.
+if [ ! -f "$WINEPREFIX/.zelvo-ready" ]; then
+  # Make the prefix once; several tests may start at the same moment, and all but the
+  # first wait here until it is ready.
   mkdir -p "$WINEPREFIX"
-  ( flock 9; [ -f "$WINEPREFIX/system.reg" ] || /usr/lib/wine/wine64 wineboot -i >/dev/null 2>&1 || true ) 9>"$dir/.wineprefix.lock"
-fi
-if [ ! -f "$WINEPREFIX/.null-graphics" ]; then
-  # Tests make hidden windows (rich edit controls): the null display driver needs no X server.
-  ( flock 9; [ -f "$WINEPREFIX/.null-graphics" ] || { /usr/lib/wine/wine64 reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1; touch "$WINEPREFIX/.null-graphics"; } ) 9>"$dir/.wineprefix.lock"
+  (
+    flock 9
+    if [ ! -f "$WINEPREFIX/.zelvo-ready" ]; then
+      /usr/lib/wine/wine64 wineboot -i >/dev/null 2>&1 || true
+      # Tests make hidden windows (rich edit controls): the null display driver needs no
+      # X server.
+      /usr/lib/wine/wine64 reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1 || true
+      # The set-up's own processes (the desktop among them) started with the old driver;
+      # end them so that every test starts with a fresh server and the null driver.
+      "$wineserver" -k >/dev/null 2>&1 || true
+      "$wineserver" -w >/dev/null 2>&1 || true
+      touch "$WINEPREFIX/.zelvo-ready"
+    fi
+  ) 9>"$dir/.wineprefix.lock"
 fi
 exec /usr/lib/wine/wine64 "$prog" "$@"

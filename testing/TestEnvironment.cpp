@@ -1,11 +1,21 @@
 #include "testing/TestEnvironment.h"
 
+#include <atomic>
 #include <cstdlib>
+#include <random>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 
 #include "platform/Utf8.h"
+
+#ifdef _WIN32
+#include <process.h>
+#define ZELVO_PROCESS_ID _getpid()
+#else
+#include <unistd.h>
+#define ZELVO_PROCESS_ID getpid()
+#endif
 
 namespace zelvo {
 namespace testing {
@@ -24,6 +34,13 @@ std::string sourceDir() {
 std::string sourcePath(const std::string& relative) {
   const std::string root = sourceDir();
   return root.empty() ? std::string() : root + "/" + relative;
+}
+
+std::filesystem::path uniqueTempPath(const std::string& stem) {
+  static std::atomic<unsigned> counter{0};
+  static const unsigned salt = std::random_device()();
+  return std::filesystem::temp_directory_path() /
+         (stem + "-" + std::to_string(ZELVO_PROCESS_ID) + "-" + std::to_string(salt) + "-" + std::to_string(counter++));
 }
 
 std::string utf8(const std::wstring& text) { return platform::toUtf8(text); }

@@ -67,7 +67,7 @@ HRESULT MemoryStreamData::read(void* buffer, ULONG count, ULONGLONG offset, ULON
     ULONG done = 0;
     if (offset < size_) {
       done = static_cast<ULONG>(std::min<ULONGLONG>(count, size_ - offset));
-      std::memcpy(buffer, buffer_ + offset, done);
+      if (done > 0) std::memcpy(buffer, buffer_ + offset, done);
     }
     accessed_ = now();
     if (bytesRead) *bytesRead = done;
@@ -88,7 +88,8 @@ HRESULT MemoryStreamData::write(const void* buffer, ULONG count, ULONGLONG offse
       // still gets room for all of itself.
       allocate(std::max(grownCapacity(capacity_, count), end));
     }
-    std::memcpy(buffer_ + offset, buffer, count);
+    // An empty write into an empty store has no block to copy into.
+    if (count > 0) std::memcpy(buffer_ + offset, buffer, count);
     dirty_ = true;
     if (bytesWritten) *bytesWritten = count;
     if (end > size_) {

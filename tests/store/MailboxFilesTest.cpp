@@ -19,8 +19,7 @@ namespace {
 class TempFolder {
  public:
   TempFolder() {
-    path_ = fs::temp_directory_path() / ("zelvo-store-" + std::to_string(std::rand()) + "-" +
-                                         std::to_string(reinterpret_cast<uintptr_t>(this) & 0xFFFFFF));
+    path_ = zelvo::testing::uniqueTempPath("zelvo-store");
     fs::create_directories(path_);
   }
   ~TempFolder() {

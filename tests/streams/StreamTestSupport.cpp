@@ -1,15 +1,11 @@
 #include "StreamTestSupport.h"
 
-#include <atomic>
-#include <random>
+#include "testing/TestEnvironment.h"
 
 namespace streamtest {
 
 TempFolder::TempFolder() {
-  static std::atomic<unsigned> counter{0};
-  std::random_device random;
-  path_ = std::filesystem::temp_directory_path() /
-          ("zelvo-streams-" + std::to_string(random()) + "-" + std::to_string(counter++));
+  path_ = zelvo::testing::uniqueTempPath("zelvo-streams");
   std::filesystem::create_directories(path_);
   std::wstring folder = path_.wstring();
   folder += static_cast<wchar_t>(std::filesystem::path::preferred_separator);

@@ -24,10 +24,7 @@ std::string sample(const std::string& name) { return zelvo::testing::sourcePath(
 class TempFile {
  public:
   explicit TempFile(const std::string& bytes, const std::string& suffix = ".sieve") {
-    static int counter = 0;
-    path_ = (std::filesystem::temp_directory_path() /
-             ("zelvo-rules-test-" + std::to_string(++counter) + "-" + std::to_string(reinterpret_cast<std::uintptr_t>(this)) + suffix))
-                .u8string();
+    path_ = zelvo::testing::uniqueTempPath("zelvo-rules-test").u8string() + suffix;
     std::ofstream(std::filesystem::u8path(path_), std::ios::binary) << bytes;
   }
   ~TempFile() {

@@ -32,9 +32,7 @@ class MailboxCopy : public ::testing::Test {
  protected:
   void SetUp() override {
     if (zelvo::testing::sourceDir().empty()) GTEST_SKIP() << "ZELVO_SOURCE_DIR is not set";
-    static int counter = 0;
-    dir_ = fs::temp_directory_path() / ("zelvo-mailbox-" + std::to_string(++counter) + "-" +
-                                        std::to_string(reinterpret_cast<std::uintptr_t>(this)));
+    dir_ = zelvo::testing::uniqueTempPath("zelvo-mailbox");
     fs::remove_all(dir_);
     fs::create_directories(dir_);
     const fs::path sample = zelvo::testing::sourcePath("samples/mailbox");
