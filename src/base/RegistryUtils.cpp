@@ -12,25 +12,10 @@ constexpr REGSAM kReadAccess = 0x20019;   // KEY_READ
 constexpr REGSAM kWriteAccess = 0x2001F;  // KEY_READ with the write rights
 constexpr HRESULT kWrongType = static_cast<HRESULT>(0x8007000D);
 
-class Key {
- public:
-  Key() = default;
-  Key(const Key&) = delete;
-  Key& operator=(const Key&) = delete;
-  ~Key() {
-    if (key_) RegCloseKey(key_);
-  }
-  HKEY* out() { return &key_; }
-  HKEY get() const { return key_; }
-
- private:
-  HKEY key_ = nullptr;
-};
-
 }  // namespace details
 
 HRESULT readDWORD(HKEY root, const std::wstring& subKey, const std::wstring& name, DWORD& value) {
-  details::Key key;
+  ScopedKey key;
   LONG error = RegOpenKeyExW(root, subKey.c_str(), 0, details::kReadAccess, key.out());
   if (error != ERROR_SUCCESS) return win32ErrorToHResult(error);
   DWORD type = 0, data = 0, size = sizeof data;
@@ -42,7 +27,7 @@ HRESULT readDWORD(HKEY root, const std::wstring& subKey, const std::wstring& nam
 }
 
 HRESULT writeDWORD(HKEY root, const std::wstring& subKey, const std::wstring& name, DWORD value) {
-  details::Key key;
+  ScopedKey key;
   LONG error = RegOpenKeyExW(root, subKey.c_str(), 0, details::kWriteAccess, key.out());
   if (error != ERROR_SUCCESS) return win32ErrorToHResult(error);
   error = RegSetValueExW(key.get(), name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), sizeof value);
@@ -50,7 +35,7 @@ HRESULT writeDWORD(HKEY root, const std::wstring& subKey, const std::wstring& na
 }
 
 HRESULT readString(HKEY root, const std::wstring& subKey, const std::wstring& name, std::wstring& value) {
-  details::Key key;
+  ScopedKey key;
   LONG error = RegOpenKeyExW(root, subKey.c_str(), 0, details::kReadAccess, key.out());
   if (error != ERROR_SUCCESS) return win32ErrorToHResult(error);
   DWORD type = 0, size = 0;
@@ -83,7 +68,7 @@ HRESULT readString(HKEY root, const std::wstring& subKey, const std::wstring& na
 }
 
 HRESULT writeString(HKEY root, const std::wstring& subKey, const std::wstring& name, const std::wstring& value) {
-  details::Key key;
+  ScopedKey key;
   LONG error = RegCreateKeyExW(root, subKey.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, details::kWriteAccess,
                                nullptr, key.out(), nullptr);
   if (error != ERROR_SUCCESS) return win32ErrorToHResult(error);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 
+#include "base/RegistryUtils.h"
 #include "base/ZMutex.h"
 #include "calendar/RecurrenceIterator.h"
 #include "platform/Win32.h"
@@ -197,22 +198,6 @@ void installZoneKeys() {
 }
 #endif
 
-class RegistryKey {
- public:
-  RegistryKey() = default;
-  RegistryKey(const RegistryKey&) = delete;
-  RegistryKey& operator=(const RegistryKey&) = delete;
-  ~RegistryKey() {
-    if (key_) RegCloseKey(key_);
-  }
-  bool open(HKEY parent, const std::wstring& path) {
-    return RegOpenKeyExW(parent, path.c_str(), 0, KEY_READ, &key_) == ERROR_SUCCESS;
-  }
-  HKEY get() const { return key_; }
-
- private:
-  HKEY key_ = nullptr;
-};
 
 // A REG_SZ value; the registry holds 16-bit units, which wchar_t may be wider than.
 bool readText(HKEY key, const wchar_t* name, std::wstring& text) {
@@ -268,17 +253,17 @@ std::string windowsKeyOfZone(const std::string& zoneName) {
 }
 
 bool findZoneKeyByStandardName(const std::wstring& standardName, std::wstring& keyName) {
-  RegistryKey zones;
-  if (standardName.empty() || !zones.open(HKEY_LOCAL_MACHINE, timeZonesKey)) return false;
+  RegistryUtils::ScopedKey zones;
+  if (standardName.empty() || zones.open(HKEY_LOCAL_MACHINE, timeZonesKey, KEY_READ) != ERROR_SUCCESS) return false;
   for (DWORD index = 0;; ++index) {
     wchar_t name[256];
     DWORD length = 256;
     const LONG error = RegEnumKeyExW(zones.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr);
     if (error == ERROR_MORE_DATA) continue;  // no zone key is that long
     if (error != ERROR_SUCCESS) return false;
-    RegistryKey zone;
+    RegistryUtils::ScopedKey zone;
     std::wstring standard;
-    if (zone.open(zones.get(), std::wstring(name, length)) && readText(zone.get(), L"Std", standard) &&
+    if (zone.open(zones.get(), std::wstring(name, length), KEY_READ) == ERROR_SUCCESS && readText(zone.get(), L"Std", standard) &&
         standard == standardName) {
       keyName.assign(name, length);
       return !keyName.empty();
