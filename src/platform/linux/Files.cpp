@@ -133,54 +133,52 @@ BOOL DeleteFileW(LPCWSTR lpFileName) {
   return TRUE;
 }
 
-BOOL ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead, LPDWORD lpNumberOfBytesRead,
-              LPOVERLAPPED lpOverlapped) {
-  if (lpNumberOfBytesRead) *lpNumberOfBytesRead = 0;
-  FileObject* file = fileOf(hFile);
-  if (!file) return FALSE;
-  if (lpOverlapped) {
-    SetLastError(ERROR_NOT_SUPPORTED);
-    return FALSE;
-  }
-  // A file read gives all that was asked for unless the end comes first.
-  DWORD done = 0;
-  auto* bytes = static_cast<char*>(lpBuffer);
-  while (done < nNumberOfBytesToRead) {
-    const ssize_t n = ::read(file->fd(), bytes + done, nNumberOfBytesToRead - done);
+// Moves count bytes through step (read or write) until all are done, the end comes (0) or
+// an error other than an interrupted call; done tells how far it got.
+template <class Step>
+bool transferAll(Step step, DWORD count, DWORD& done) {
+  done = 0;
+  while (done < count) {
+    const ssize_t n = step(done, count - done);
     if (n < 0) {
       if (errno == EINTR) continue;
-      if (lpNumberOfBytesRead) *lpNumberOfBytesRead = done;
-      return failFromErrno();
+      return false;
     }
     if (n == 0) break;
     done += static_cast<DWORD>(n);
   }
-  if (lpNumberOfBytesRead) *lpNumberOfBytesRead = done;
-  return TRUE;
+  return true;
 }
 
-BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDWORD lpNumberOfBytesWritten,
-               LPOVERLAPPED lpOverlapped) {
-  if (lpNumberOfBytesWritten) *lpNumberOfBytesWritten = 0;
+// The shared part of ReadFile and WriteFile: the handle, no overlapped calls, the loop.
+template <class Step>
+BOOL fileTransfer(HANDLE hFile, DWORD count, LPDWORD transferred, LPOVERLAPPED overlapped, Step step) {
+  if (transferred) *transferred = 0;
   FileObject* file = fileOf(hFile);
   if (!file) return FALSE;
-  if (lpOverlapped) {
+  if (overlapped) {
     SetLastError(ERROR_NOT_SUPPORTED);
     return FALSE;
   }
   DWORD done = 0;
+  const bool ok = transferAll([&](DWORD at, DWORD left) { return step(file->fd(), at, left); }, count, done);
+  if (transferred) *transferred = done;
+  return ok ? TRUE : failFromErrno();
+}
+
+// A file read gives all that was asked for unless the end comes first.
+BOOL ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead, LPDWORD lpNumberOfBytesRead,
+              LPOVERLAPPED lpOverlapped) {
+  auto* bytes = static_cast<char*>(lpBuffer);
+  return fileTransfer(hFile, nNumberOfBytesToRead, lpNumberOfBytesRead, lpOverlapped,
+                      [bytes](int fd, DWORD at, DWORD left) { return ::read(fd, bytes + at, left); });
+}
+
+BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDWORD lpNumberOfBytesWritten,
+               LPOVERLAPPED lpOverlapped) {
   const auto* bytes = static_cast<const char*>(lpBuffer);
-  while (done < nNumberOfBytesToWrite) {
-    const ssize_t n = ::write(file->fd(), bytes + done, nNumberOfBytesToWrite - done);
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      if (lpNumberOfBytesWritten) *lpNumberOfBytesWritten = done;
-      return failFromErrno();
-    }
-    done += static_cast<DWORD>(n);
-  }
-  if (lpNumberOfBytesWritten) *lpNumberOfBytesWritten = done;
-  return TRUE;
+  return fileTransfer(hFile, nNumberOfBytesToWrite, lpNumberOfBytesWritten, lpOverlapped,
+                      [bytes](int fd, DWORD at, DWORD left) { return ::write(fd, bytes + at, left); });
 }
 
 BOOL SetFilePointerEx(HANDLE hFile, LARGE_INTEGER liDistanceToMove, LARGE_INTEGER* lpNewFilePointer,
