@@ -96,9 +96,11 @@ bool isSimpleRule(const RecurrenceRule& rule) {
          rule.bySecond.empty() && rule.bySetPos.empty() && rule.count <= 0 && !rule.until.isValid();
 }
 
-// The onset of an observance in a year, as a UTC value; false when it has none there.
+// The onset of an observance in a year, as a UTC value; false when it has none there. A
+// simple rule is applied to any year, also before its start: the start gives only the time
+// of day, and the rows date their rules from the last change, not from their first use.
 bool onsetInYear(const Observance& observance, int year, int64_t& onset) {
-  if (!observance.start.isValid() || year < utcYear(observance.start.wallValue())) return false;
+  if (!observance.start.isValid()) return false;
   const RecurrenceRule& rule = observance.rule;
   if (isSimpleRule(rule)) {
     const int month = rule.byMonth[0];
@@ -125,6 +127,7 @@ bool onsetInYear(const Observance& observance, int year, int64_t& onset) {
     onset = firstDay + static_cast<int64_t>(day - 1) * 86400 + timeOfDay - from.totalSeconds();
     return true;
   }
+  // Other rules run from the start, so a year before it has no onset.
   RecurrenceIterator iterator(rule, observance.start);
   DateTime occurrence;
   while (iterator.next(occurrence)) {
@@ -247,6 +250,12 @@ int findRowByName(const std::string& text, const ZoneSourceRow* rows, size_t cou
 size_t yearlyCacheSize() {
   std::lock_guard<tiny::ZMutex> guard(yearlyCache().mutex);
   return yearlyCache().entries.size();
+}
+
+bool yearlyCacheHolds(const std::string& signature, int year) {
+  std::lock_guard<tiny::ZMutex> guard(yearlyCache().mutex);
+  const auto zoneEntries = yearlyCache().bySignature.find(signature);
+  return zoneEntries != yearlyCache().bySignature.end() && zoneEntries->second.count(year) != 0;
 }
 
 void clearYearlyCache() {

@@ -71,8 +71,10 @@ namespace details {
 int findRowByName(const std::string& text, const ZoneSourceRow* rows, size_t count);
 // Case-insensitive Knuth-Morris-Pratt search of needle in haystack.
 bool containsNoCase(const std::string& haystack, const std::string& needle);
-// The yearly transitions cache, for tests: entries held now, and emptying it.
+// The yearly transitions cache, for tests: entries held now, whether it holds the entry of
+// a signature and year, and emptying it.
 size_t yearlyCacheSize();
+bool yearlyCacheHolds(const std::string& signature, int year);
 void clearYearlyCache();
 constexpr size_t yearlyCacheCapacity = 512;
 }  // namespace details

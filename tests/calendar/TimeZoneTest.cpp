@@ -188,7 +188,40 @@ TEST(ZoneOffsets, EuropeanRules) {
   EXPECT_EQ("20150329T030000+0200", offsetText(paris, "20150329T010000Z"));
   EXPECT_EQ("20151025T025959+0200", offsetText(paris, "20151025T005959Z"));
   EXPECT_EQ("20151025T020000+0100", offsetText(paris, "20151025T010000Z"));
-  EXPECT_EQ("19800601T130000+0100", offsetText(paris, "19800601T120000Z"));  // before the first onset
+}
+
+TEST(ZoneOffsets, SimpleRulesHoldBeforeTheRowsStartYear) {
+  // The Paris row dates its rules from 1981 and 1996, the New York row from 2007; the
+  // yearly rules still give the changes of earlier years. Jerusalem's spring rule is not
+  // simple, so the general path answers there, and before its start there is no onset.
+  struct Case {
+    const char* zone;
+    const char* utc;
+    const char* local;
+  } cases[] = {
+      {"Europe/Paris", "19901215T120000Z", "19901215T130000+0100"},
+      {"Europe/Paris", "19800601T120000Z", "19800601T140000+0200"},
+      {"Europe/Paris", "19900325T005959Z", "19900325T015959+0100"},
+      {"Europe/Paris", "19900325T010000Z", "19900325T030000+0200"},
+      {"Europe/Paris", "19901028T005959Z", "19901028T025959+0200"},
+      {"Europe/Paris", "19901028T010000Z", "19901028T020000+0100"},
+      {"America/New_York", "20050715T120000Z", "20050715T080000-0400"},
+      {"America/New_York", "20050115T120000Z", "20050115T070000-0500"},
+      {"America/New_York", "20050313T065959Z", "20050313T015959-0500"},
+      {"America/New_York", "20050313T070000Z", "20050313T030000-0400"},
+      {"America/New_York", "20051106T055959Z", "20051106T015959-0400"},
+      {"America/New_York", "20051106T060000Z", "20051106T010000-0500"},
+      {"Jerusalem", "20100715T120000Z", "20100715T140000+0200"},
+      {"Jerusalem", "20150715T120000Z", "20150715T150000+0300"},
+  };
+  for (const Case& c : cases) {
+    // Both through a fresh cache, which computes the year, and through the entry it kept.
+    details::clearYearlyCache();
+    const ZTimeZone zone = findTimeZone(std::string(c.zone));
+    ASSERT_EQ(c.zone, zone.name);
+    EXPECT_EQ(c.local, offsetText(zone, c.utc)) << c.zone << " " << c.utc;
+    EXPECT_EQ(c.local, offsetText(zone, c.utc)) << c.zone << " " << c.utc << ", cached";
+  }
 }
 
 TEST(ZoneOffsets, SouthernHemisphereAndFixedRows) {
@@ -230,6 +263,53 @@ TEST(ZoneOffsets, YearlyCacheIsBoundedAndSharedByRules) {
     ASSERT_EQ(Duration(3600), time.offset()) << year;
   }
   EXPECT_EQ(details::yearlyCacheCapacity, details::yearlyCacheSize());
+}
+
+TEST(ZoneOffsets, YearlyCacheDropsItsOldestInsertionFirst) {
+  details::clearYearlyCache();
+  const auto london = std::make_shared<ZTimeZone>(findTimeZone(std::string("Europe/London")));
+  const auto paris = std::make_shared<ZTimeZone>(findTimeZone(std::string("Europe/Paris")));
+  const std::string londonKey = london->getSignature();
+  const std::string parisKey = paris->getSignature();
+  const auto ask = [](const std::shared_ptr<ZTimeZone>& zone, int year) {
+    DateTime time(15, 1, year, 12, 0, 0, Duration(0));
+    time.moveToZone(zone);
+    return time.offset();
+  };
+  // Paris 2000 first, then London from 2000 on until the cache is full.
+  EXPECT_EQ(Duration(3600), ask(paris, 2000));
+  const int lastLondon = 2000 + static_cast<int>(details::yearlyCacheCapacity) - 2;
+  for (int year = 2000; year <= lastLondon; ++year) ASSERT_EQ(Duration(0), ask(london, year)) << year;
+  ASSERT_EQ(details::yearlyCacheCapacity, details::yearlyCacheSize());
+  // A hit does not renew an entry: London 2000 stays the next to go after Paris 2000.
+  EXPECT_EQ(Duration(3600), ask(paris, 2000));
+  EXPECT_EQ(Duration(0), ask(london, 2000));
+  struct Step {
+    int parisYear;       // inserted now
+    const char* gone;    // the entry that makes room for it
+    int goneYear;
+    int keptLondonYear;  // still there
+  } steps[] = {
+      {2001, "Paris", 2000, 2000},
+      {2002, "London", 2000, 2001},
+      {2003, "London", 2001, 2002},
+  };
+  for (const Step& step : steps) {
+    SCOPED_TRACE(step.parisYear);
+    EXPECT_EQ(Duration(3600), ask(paris, step.parisYear));
+    EXPECT_EQ(details::yearlyCacheCapacity, details::yearlyCacheSize());
+    EXPECT_TRUE(details::yearlyCacheHolds(parisKey, step.parisYear));
+    EXPECT_FALSE(details::yearlyCacheHolds(std::string(step.gone) == "Paris" ? parisKey : londonKey, step.goneYear));
+    EXPECT_TRUE(details::yearlyCacheHolds(londonKey, step.keptLondonYear));
+    EXPECT_TRUE(details::yearlyCacheHolds(londonKey, lastLondon));
+  }
+  // An evicted year is computed again, and goes in as the newest entry.
+  EXPECT_EQ(Duration(3600), ask(paris, 2000));
+  EXPECT_TRUE(details::yearlyCacheHolds(parisKey, 2000));
+  EXPECT_FALSE(details::yearlyCacheHolds(londonKey, 2002));
+  details::clearYearlyCache();
+  EXPECT_EQ(0u, details::yearlyCacheSize());
+  EXPECT_FALSE(details::yearlyCacheHolds(parisKey, 2000));
 }
 
 TEST(ZoneOffsets, WallClockInTheGapSettlesInOnePass) {
