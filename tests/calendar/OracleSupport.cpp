@@ -5,35 +5,57 @@
 #include <filesystem>
 #include <fstream>
 
-#ifndef _WIN32
-#include <unistd.h>
-#endif
-
 #include "testing/TestEnvironment.h"
 
 namespace zelvo::testing {
 
-std::string runOracle(const std::string& script, const std::string& arguments, std::vector<std::string>& lines) {
-  return runScript("tests/calendar/" + script, arguments, lines);
+namespace {
+#ifndef _WIN32
+// python3 on PATH may be a private build without the system's packages; the system's own
+// python3 is the one that setup.sh gives them to.
+std::string pythonWith(const std::string& modules) {
+  std::string imports;
+  for (const std::string& module : splitText(modules, ' ')) {
+    if (!module.empty()) imports += (imports.empty() ? "import " : ", ") + module;
+  }
+  for (const char* candidate : {"python3", "/usr/bin/python3"}) {
+    const std::string check = std::string(candidate) + " -c '" + (imports.empty() ? "pass" : imports) + "' >/dev/null 2>&1";
+    if (std::system(check.c_str()) == 0) return candidate;
+  }
+  return std::string();
+}
+#endif
+}  // namespace
+
+bool scriptsCanRun() {
+#ifdef _WIN32
+  return false;
+#else
+  return true;
+#endif
 }
 
-std::string runScript(const std::string& script, const std::string& arguments, std::vector<std::string>& lines) {
+std::string runOracle(const std::string& script, const std::string& modules, const std::string& arguments,
+                      std::vector<std::string>& lines) {
+  return runScript("tests/calendar/" + script, modules, arguments, lines);
+}
+
+std::string runScript(const std::string& script, const std::string& modules, const std::string& arguments,
+                      std::vector<std::string>& lines) {
 #ifdef _WIN32
-  // Under Wine there is no python3 to ask.
-  return "the oracle scripts run natively only";
+  (void)script, (void)modules, (void)arguments, (void)lines;
+  return "the scripts run natively only";
 #else
-  if (std::system("python3 -c 'import dateutil, zoneinfo' >/dev/null 2>&1") != 0) {
-    return "python3 with dateutil and zoneinfo is not installed";
-  }
+  const std::string python = pythonWith(modules);
+  if (python.empty()) return "no python3 can import " + modules + "; scripts/setup.sh installs them";
   const std::string path = sourcePath(script);
   if (path.empty()) return "ZELVO_SOURCE_DIR is not set";
-  const std::filesystem::path output = std::filesystem::temp_directory_path() /
-                                       ("zelvo-" + std::filesystem::path(script).filename().string() + "-" +
-                                        std::to_string(getpid()) + ".txt");
-  const std::string command = "python3 '" + path + "' --output '" + output.string() + "' " + arguments;
-  if (std::system(command.c_str()) != 0) {
+  const std::filesystem::path output = uniqueTempPath("zelvo-" + std::filesystem::path(script).filename().string());
+  const std::string command = python + " '" + path + "' --output '" + output.string() + "' " + arguments;
+  const int status = std::system(command.c_str());
+  if (status != 0) {
     std::filesystem::remove(output);
-    return "";  // an oracle that fails leaves no lines, and the caller's checks fail
+    return command + " failed with status " + std::to_string(status);
   }
   std::ifstream in(output);
   for (std::string line; std::getline(in, line);) {

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Writes the UTC offsets that Python's zoneinfo (over the system's tzdata) gives for every
-zone of the named-zone table at instants spread over 2024 to 2030, and on both sides of
-every change of offset in those years, for the time zone test to compare with.
+"""Writes the UTC offsets that Python's zoneinfo gives for every zone of the named-zone table
+at instants spread over 2024 to 2030, and on both sides of every change of offset in those
+years, for the time zone test to compare with. zoneinfo reads the time zone database pinned
+in tools/tzgen/tzdata.zi, the release the tables come from, never the machine's own.
 
     python3 tests/calendar/zone_oracle.py --output FILE
 
@@ -14,11 +15,11 @@ import argparse
 import datetime
 import os
 import sys
-import zoneinfo
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 sys.path.insert(0, os.path.join(ROOT, "tools", "tzgen"))
 import fixed_tables  # noqa: E402
+import pinned_tzdata  # noqa: E402
 import tzgen  # noqa: E402
 
 FIRST = int(datetime.datetime(2024, 1, 1, tzinfo=datetime.timezone.utc).timestamp())
@@ -30,12 +31,17 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--output", "-o", required=True)
     args = parser.parse_args()
+    try:
+        pinned_tzdata.activate()
+    except pinned_tzdata.PinnedDataError as error:
+        print("zone_oracle: %s" % error, file=sys.stderr)
+        return 1
     lines = []
     for name in fixed_tables.NAMED_ZONES:
         source = tzgen.MISSING_ZONES.get(name, name)
         if source.startswith("+"):
             continue
-        zone = zoneinfo.ZoneInfo(source)
+        zone = pinned_tzdata.load(source)
         instants = set(range(FIRST, LAST, STEP))
         transitions = tzgen.Transitions(zone)
         for year in range(2024, 2031):
