@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <ctime>
 #include <random>
 #include <fstream>
 #include <sstream>
@@ -52,6 +53,19 @@ std::string readFile(const std::string& path) {
   bytes << in.rdbuf();
   return bytes.str();
 }
+
+#ifndef _WIN32
+std::string pinnedZoneinfoDir() { return ZELVO_PINNED_TZDIR; }
+
+bool usePinnedZoneinfo() {
+  const std::string dir = pinnedZoneinfoDir();
+  if (!std::filesystem::exists(dir + "/tzdata.zi") || !std::filesystem::exists(dir + "/Europe/Berlin")) return false;
+  setenv("TZDIR", dir.c_str(), 1);
+  setenv("TZ", "UTC", 1);
+  tzset();
+  return true;
+}
+#endif
 
 }  // namespace testing
 }  // namespace zelvo

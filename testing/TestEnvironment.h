@@ -19,5 +19,13 @@ std::string utf8(const std::wstring& text);
 // The whole content of a file as bytes; throws std::runtime_error when it cannot be read.
 std::string readFile(const std::string& path);
 
+#ifndef _WIN32
+// The build's compiled copy of the time zone database pinned in tools/tzgen/tzdata.zi.
+std::string pinnedZoneinfoDir();
+// Points the C library at that copy through TZDIR and sets the machine's zone to UTC
+// through TZ; false when the copy is missing.
+bool usePinnedZoneinfo();
+#endif
+
 }  // namespace testing
 }  // namespace zelvo

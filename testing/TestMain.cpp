@@ -1,15 +1,25 @@
 // The main of every test program.
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 
 #include "platform/SettingsStore.h"
+#include "testing/TestEnvironment.h"
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
 #ifndef _WIN32
   // Tests never touch the user's own settings file.
   platform::setSettingsBackend(std::make_shared<platform::MemorySettings>());
+  // Every test starts on a UTC machine, whatever zone this machine is in, and a zone that a
+  // test names in TZ comes from the pinned database, whatever tzdata this machine has.
+  if (!zelvo::testing::usePinnedZoneinfo()) {
+    std::fprintf(stderr, "the pinned time zone database %s is missing; build the zelvo_zoneinfo target\n",
+                 zelvo::testing::pinnedZoneinfoDir().c_str());
+    return 1;
+  }
 #endif
   return RUN_ALL_TESTS();
 }
