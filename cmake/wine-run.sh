@@ -6,11 +6,14 @@ prog="$1"; shift
 dir=$(cd "$(dirname "$prog")" && pwd)
 while [ "$dir" != "/" ] && [ ! -f "$dir/CMakeCache.txt" ]; do dir=$(dirname "$dir"); done
 [ -f "$dir/CMakeCache.txt" ] || dir=$(cd "$(dirname "$prog")" && pwd)
-export WINEPREFIX="${WINEPREFIX:-$dir/wineprefix}"
+# Always the build's own prefix and settings, never a prefix or overrides of the user's.
+export WINEPREFIX="$dir/wineprefix"
 export WINEDEBUG=-all
 wineserver=/usr/lib/wine/wineserver64
 [ -x "$wineserver" ] || wineserver=/usr/lib/wine/wineserver
-export WINEDLLOVERRIDES="${WINEDLLOVERRIDES:-mscoree,mshtml=}"
+export WINEDLLOVERRIDES="mscoree,mshtml="
+# Wine takes the machine's zone from the host; the tests run on a UTC machine everywhere.
+export TZ=UTC
 if [ ! -f "$WINEPREFIX/.zelvo-ready" ]; then
   # Make the prefix once; several tests may start at the same moment, and all but the
   # first wait here until it is ready.
