@@ -13,6 +13,10 @@ int main(int argc, char** argv) {
 #ifndef _WIN32
   // Tests never touch the user's own settings file.
   platform::setSettingsBackend(std::make_shared<platform::MemorySettings>());
+  // Nor anything else of the user's: the home folder is one that can hold nothing, and the
+  // user's own folder and mailbox settings are gone. A test that needs them sets its own.
+  setenv("HOME", "/dev/null/no-home", 1);
+  for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "ZELVO_DEFAULT_MAILBOX"}) unsetenv(name);
   // Every test starts on a UTC machine, whatever zone this machine is in, and a zone that a
   // test names in TZ comes from the pinned database, whatever tzdata this machine has.
   if (!zelvo::testing::usePinnedZoneinfo()) {

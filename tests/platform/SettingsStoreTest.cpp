@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <string>
 
 #include "platform/Utf8.h"
 
@@ -94,14 +96,19 @@ TEST(FileSettings, PersistsAcrossInstancesAndMakesItsFolder) {
 }
 
 TEST(FileSettings, DefaultPathFollowsXdgConfigHome) {
-  const char* old = std::getenv("XDG_CONFIG_HOME");
-  const std::string saved = old ? old : "";
+  const char* oldXdg = std::getenv("XDG_CONFIG_HOME");
+  const char* oldHome = std::getenv("HOME");
+  const std::optional<std::string> savedXdg = oldXdg ? std::optional<std::string>(oldXdg) : std::nullopt;
+  const std::optional<std::string> savedHome = oldHome ? std::optional<std::string>(oldHome) : std::nullopt;
   setenv("XDG_CONFIG_HOME", "/tmp/xdg-test", 1);
   EXPECT_EQ(platform::defaultSettingsPath(), "/tmp/xdg-test/zelvo/settings.reg");
   unsetenv("XDG_CONFIG_HOME");
   setenv("HOME", "/home/someone", 1);
   EXPECT_EQ(platform::defaultSettingsPath(), "/home/someone/.config/zelvo/settings.reg");
-  if (old) setenv("XDG_CONFIG_HOME", saved.c_str(), 1);
+  // The later tests of this process see the environment as it was.
+  if (savedXdg) setenv("XDG_CONFIG_HOME", savedXdg->c_str(), 1);
+  if (savedHome) setenv("HOME", savedHome->c_str(), 1);
+  else unsetenv("HOME");
 }
 
 TEST(RegistryCalls, WorkOnTheInstalledBackend) {
