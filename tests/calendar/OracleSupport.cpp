@@ -14,12 +14,12 @@ namespace {
 // python3 on PATH may be a private build without the system's packages; the system's own
 // python3 is the one that setup.sh gives them to.
 std::string pythonWith(const std::string& modules) {
-  std::string imports;
+  std::string imports = "pass";
   for (const std::string& module : splitText(modules, ' ')) {
-    if (!module.empty()) imports += (imports.empty() ? "import " : ", ") + module;
+    if (!module.empty()) imports += "; import " + module;
   }
   for (const char* candidate : {"python3", "/usr/bin/python3"}) {
-    const std::string check = std::string(candidate) + " -c '" + (imports.empty() ? "pass" : imports) + "' >/dev/null 2>&1";
+    const std::string check = std::string(candidate) + " -c '" + imports + "' >/dev/null 2>&1";
     if (std::system(check.c_str()) == 0) return candidate;
   }
   return std::string();
