@@ -267,25 +267,33 @@ bool writeRule(std::wostream& out, SieveRule* rule, int depth, bool withComments
 }
 
 bool writeRules(std::wostream& out, const SieveRule* head) {
+  // Each top-level rule is copied, split and written on its own and its copy freed at once,
+  // so that the work stays in a small, warm piece of memory however long the script is; a
+  // copy of the whole chain made saving slow down per rule as scripts grew.
+  //
+  // splitRules links the copies of a top-level redirect each to the one before, and the
+  // rule after them to the last; a top-level rule's `# ` comes from the top of that chain.
+  // runTop stands in for that top (its flag is all that is read) while such a run lasts.
+  SieveRule runTop;
+  bool inRun = false;
   bool ok = true;
-  // An empty rule set is an empty script; the copy below needs a rule.
-  if (head) {
-    RulePtr copy(cloneRule(head, CloneWithSiblings));
+  for (const SieveRule* source = head; source; source = source->next) {
+    RulePtr copy(cloneRule(source, CloneWithBlock));
     if (!copy) {
       ok = false;
-    } else {
-      SieveRule::splitRules(copy.get());
-      // splitRules leaves each top-level copy pointing at the one before it, and the
-      // writer follows parents to the top for every line: point each straight at its top
-      // (same answers, linear time) so that a long list of addresses cannot stall a save.
-      for (SieveRule* rule = copy.get(); rule; rule = rule->next)
-        if (rule->parent && rule->parent->parent) rule->parent = rule->parent->parent;
-      for (SieveRule* rule = copy.get(); rule; rule = rule->next) {
-        if (!writeRule(out, rule, 0, true, false)) {
-          ok = false;
-          break;
-        }
-      }
+      break;
+    }
+    copy->parent = inRun ? &runTop : nullptr;
+    SieveRule::splitRules(copy.get());
+    SieveRule* const top = inRun ? &runTop : copy.get();
+    for (SieveRule* split = copy->next; split; split = split->next) split->parent = top;
+    for (SieveRule* rule = copy.get(); rule && ok; rule = rule->next) ok = writeRule(out, rule, 0, true, false);
+    if (!ok) break;
+    if (copy->next && !inRun) {
+      runTop.enabled = copy->enabled;
+      inRun = true;
+    } else if (!copy->next) {
+      inRun = false;
     }
   }
   out << L'\0';

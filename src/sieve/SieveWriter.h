@@ -20,10 +20,10 @@ void writeStringList(std::wostream& out, const SieveStringList* list);
 // The text in double quotes with ' " \ CR LF TAB escaped.
 void writeQuoted(std::wostream& out, const std::wstring& text);
 
-// The form for saving a rule set: a copy of the chain (no else branches), split into one
-// redirect per address, each rule with comments, and a zero character at the end. Stops at
-// the first rule that cannot be written and returns false. An empty chain writes the zero
-// character alone.
+// The form for saving a rule set: copies of the chain's rules (no else branches), split
+// into one redirect per address, each rule with comments, and a zero character at the end.
+// The chain itself is left as it is. Stops at the first rule that cannot be written or
+// copied and returns false. An empty chain writes the zero character alone.
 bool writeRules(std::wostream& out, const SieveRule* head);
 
 // The text a stream holds, up to its first zero character.
