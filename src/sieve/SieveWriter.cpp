@@ -266,35 +266,116 @@ bool writeRule(std::wostream& out, SieveRule* rule, int depth, bool withComments
   return true;
 }
 
+namespace details {
+namespace {
+
+// The head of a command's line in the saved form: the rule line of a top-level rule, and
+// the comment mark when the rule's top is off.
+void writeSavedLineHead(std::wostream& out, const SieveRule& rule, int depth, bool topEnabled) {
+  if (depth == 0 && (!rule.enabled || !rule.name.empty()))
+    out << L"#!" << (rule.enabled ? L'1' : L'0') << L' ' << rule.name << kLineEnd;
+  if (!topEnabled) out << L"# ";
+  writeIndent(out, depth);
+}
+
+// A redirect's addresses as splitRules cuts them: the runs between commas, semicolons
+// and blanks. Returns how many there were.
+std::size_t writeSavedRedirects(std::wostream& out, const SieveRule& rule, int depth, bool topEnabled) {
+  static const wchar_t* const kSeparators = L",; ";
+  const std::wstring& text = rule.argument;
+  std::size_t count = 0;
+  std::size_t begin = text.find_first_not_of(kSeparators);
+  while (begin != std::wstring::npos) {
+    const std::size_t end = text.find_first_of(kSeparators, begin);
+    writeSavedLineHead(out, rule, depth, topEnabled);
+    out << L"redirect ";
+    writeQuoted(out, text.substr(begin, end == std::wstring::npos ? std::wstring::npos : end - begin));
+    out << L';' << kLineEnd;
+    ++count;
+    begin = end == std::wstring::npos ? end : text.find_first_not_of(kSeparators, end);
+  }
+  return count;
+}
+
+bool writeSaved(std::wostream& out, const SieveRule& rule, int depth, bool topEnabled, bool& split);
+
+// An If in the saved form: no else branch, and its braces marked by its own flag.
+bool writeSavedIf(std::wostream& out, const SieveRule& rule, int depth, bool topEnabled) {
+  const wchar_t* prefix = rule.enabled ? L"" : L"# ";
+  out << L"if ";
+  if (!writeTest(out, rule.test, depth)) return false;
+  out << kLineEnd << prefix;
+  writeIndent(out, depth);
+  out << L'{' << kLineEnd;
+  bool split = false;
+  for (const SieveRule* command = rule.thenBlock; command; command = command->next)
+    if (!writeSaved(out, *command, depth + 1, topEnabled, split)) return false;
+  out << prefix;
+  writeIndent(out, depth);
+  out << L'}' << kLineEnd;
+  return true;
+}
+
+// One command of a chain in the saved form, with everything inside it: what writeRule
+// writes for the command's copy after splitRules, with the top's flag given instead of
+// found through parents. split tells whether a redirect became several.
+bool writeSaved(std::wostream& out, const SieveRule& rule, int depth, bool topEnabled, bool& split) {
+  split = false;
+  if (rule.kind == RuleKind::Redirect) {
+    const std::size_t count = writeSavedRedirects(out, rule, depth, topEnabled);
+    split = count > 1;
+    if (count > 0) return true;
+  }
+  writeSavedLineHead(out, rule, depth, topEnabled);
+  switch (rule.kind) {
+    case RuleKind::If: return writeSavedIf(out, rule, depth, topEnabled);
+    case RuleKind::Keep: out << L"keep;"; break;
+    case RuleKind::Reject:
+      out << L"reject ";
+      writeQuoted(out, rule.argument);
+      out << L';';
+      break;
+    case RuleKind::Discard: out << L"discard;"; break;
+    case RuleKind::FileInto:
+      out << L"fileinto ";
+      writeQuoted(out, rule.argument);
+      out << L';';
+      break;
+    case RuleKind::Stop: out << L"stop;"; break;
+    case RuleKind::Redirect:
+      out << L"redirect ";
+      writeQuoted(out, rule.argument);
+      out << L';';
+      break;
+    case RuleKind::Notify: writeNotify(out, rule); break;
+    case RuleKind::Vacation: writeVacation(out, rule); break;
+    case RuleKind::SetReadFlag: out << L"setreadflag;"; break;
+    default: return false;
+  }
+  out << kLineEnd;
+  return true;
+}
+
+}  // namespace
+}  // namespace details
+
 bool writeRules(std::wostream& out, const SieveRule* head) {
-  // Each top-level rule is copied, split and written on its own and its copy freed at once,
-  // so that the work stays in a small, warm piece of memory however long the script is; a
-  // copy of the whole chain made saving slow down per rule as scripts grew.
+  // Written straight from the chain, as its copy would be written after splitRules: a copy
+  // made for writing cost more per rule the longer the script was, and its allocations
+  // mixed with the growing output.
   //
   // splitRules links the copies of a top-level redirect each to the one before, and the
-  // rule after them to the last; a top-level rule's `# ` comes from the top of that chain.
-  // runTop stands in for that top (its flag is all that is read) while such a run lasts.
-  SieveRule runTop;
+  // rule after them to the last; a top-level rule's `# `, and that of every command inside
+  // it, comes from the top of that chain: the first of a run of split redirects.
   bool inRun = false;
+  bool runEnabled = false;
   bool ok = true;
-  for (const SieveRule* source = head; source; source = source->next) {
-    RulePtr copy(cloneRule(source, CloneWithBlock));
-    if (!copy) {
-      ok = false;
-      break;
-    }
-    copy->parent = inRun ? &runTop : nullptr;
-    SieveRule::splitRules(copy.get());
-    SieveRule* const top = inRun ? &runTop : copy.get();
-    for (SieveRule* split = copy->next; split; split = split->next) split->parent = top;
-    for (SieveRule* rule = copy.get(); rule && ok; rule = rule->next) ok = writeRule(out, rule, 0, true, false);
+  for (const SieveRule* rule = head; rule; rule = rule->next) {
+    bool split = false;
+    ok = details::writeSaved(out, *rule, 0, inRun ? runEnabled : rule->enabled, split);
     if (!ok) break;
-    if (copy->next && !inRun) {
-      runTop.enabled = copy->enabled;
-      inRun = true;
-    } else if (!copy->next) {
-      inRun = false;
-    }
+    if (split && !inRun) runEnabled = rule->enabled;
+    inRun = split;
   }
   out << L'\0';
   return ok;
