@@ -2,6 +2,7 @@
 // (but size), string lists too, and every line ends in CRLF.
 #include "sieve/SieveWriter.h"
 
+#include <algorithm>
 #include <string>
 
 namespace Sieve {
@@ -128,6 +129,25 @@ bool writeIf(std::wostream& out, SieveRule* rule, int depth, bool withComments, 
   lineEndDue = true;
   return true;
 }
+
+// A stream buffer that appends to a string.
+class AppendToText : public std::wstreambuf {
+ public:
+  explicit AppendToText(std::wstring& text) : text_(text) {}
+
+ protected:
+  std::streamsize xsputn(const wchar_t* chars, std::streamsize count) override {
+    text_.append(chars, static_cast<std::size_t>(count));
+    return count;
+  }
+  int_type overflow(int_type ch) override {
+    if (!traits_type::eq_int_type(ch, traits_type::eof())) text_.push_back(traits_type::to_char_type(ch));
+    return traits_type::not_eof(ch);
+  }
+
+ private:
+  std::wstring& text_;
+};
 
 }  // namespace
 }  // namespace details
@@ -386,6 +406,15 @@ std::wstring textOfStream(const std::wostringstream& stream) {
   const std::size_t end = text.find(L'\0');
   if (end != std::wstring::npos) text.resize(end);
   return text;
+}
+
+bool writeRulesInto(std::wstring& text, const SieveRule* head) {
+  text.clear();
+  details::AppendToText buffer(text);
+  std::wostream out(&buffer);
+  const bool ok = writeRules(out, head);
+  text.resize(std::min(text.find(L'\0'), text.size()));
+  return ok;
 }
 
 }  // namespace Sieve

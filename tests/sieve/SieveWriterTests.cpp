@@ -341,3 +341,29 @@ TEST(SieveWriter, ATopLevelRuleAfterSplitRedirectsTakesItsPrefixFromTheirTop) {
   EXPECT_EQ(sievetest::writeScript(parsed.head.get()),
             crlf({L"#!0 fw", L"# redirect \"a,b\";", L"#!1 x", L"if true ", L"{", L"  keep;", L"}"}));
 }
+
+TEST(SieveWriter, WriteRulesIntoGivesTheStreamsTextInPlaceOfWhatTheStringHeld) {
+  const char* const files[] = {"mailbox.sieve", "handwritten.sieve", "junk-email.sieve", "out-of-office.sieve"};
+  std::wstring text = L"left over from before";
+  for (const char* file : files) {
+    SCOPED_TRACE(file);
+    auto parsed = parse(sievetest::dataScript(file));
+    ASSERT_TRUE(parsed.ok);
+    bool streamOk = false;
+    const std::wstring expected = sievetest::writeRulesText(parsed.head.get(), &streamOk);
+    ASSERT_TRUE(streamOk);
+    EXPECT_TRUE(writeRulesInto(text, parsed.head.get()));
+    EXPECT_EQ(text, expected);
+  }
+  EXPECT_TRUE(writeRulesInto(text, nullptr));
+  EXPECT_EQ(text, L"");
+
+  // A failure leaves what the stream would hold, up to the rule that failed.
+  auto broken = parse(L"keep; if true { } stop;");
+  ASSERT_TRUE(broken.ok);
+  bool streamOk = true;
+  const std::wstring partial = sievetest::writeRulesText(broken.head.get(), &streamOk);
+  EXPECT_FALSE(streamOk);
+  EXPECT_FALSE(writeRulesInto(text, broken.head.get()));
+  EXPECT_EQ(text, partial);
+}
