@@ -1,7 +1,5 @@
 #include "sieve/SieveRules.h"
 
-#include <sstream>
-
 #include "base/HResultException.h"
 #include "sieve/JunkEmailRule.h"
 #include "sieve/SieveWriter.h"
