@@ -36,7 +36,7 @@ void replaceAll(std::wstring& text, const std::wstring& what, const std::wstring
   }
 }
 
-// A message shows its first line only; the rest is hinted at.
+// A reject or vacation text shows its first line only; the rest is hinted at.
 std::wstring firstLine(const std::wstring& text) {
   const std::size_t end = text.find_first_of(L"\r\n");
   return end == std::wstring::npos ? text : text.substr(0, end) + L"...";
@@ -335,7 +335,8 @@ std::wstring RuleDescriber::ruleSentence(SieveRule* rule) {
       break;
     }
     case RuleKind::Notify:
-      putLink(sentence, from, LinkKind::NotifyMessage, rule, escape(details::firstLine(rule->argument)), L"message");
+      // The notification is short and its default spans two lines, so it is shown whole.
+      putLink(sentence, from, LinkKind::NotifyMessage, rule, escape(rule->argument), L"message");
       putLink(sentence, from, LinkKind::NotifyAddress, rule, escape(rule->name), L"address");
       break;
     default:

@@ -1,7 +1,5 @@
 #include "sieve/SieveRules.h"
 
-#include <sstream>
-
 #include "base/HResultException.h"
 #include "sieve/JunkEmailRule.h"
 #include "sieve/SieveWriter.h"
@@ -76,9 +74,9 @@ void SieveRules::parseSieveScript(const std::wstring& text, bool allowFix, HWND 
 }
 
 void SieveRules::writeSieveScript(std::wstring& text) const {
-  std::wostringstream out;
-  if (!writeRules(out, rules_)) ZEL_HERE.raise(E_FAIL, "Failed to write sieve script.");
-  text = textOfStream(out);
+  std::wstring written;
+  if (!writeRulesInto(written, rules_)) ZEL_HERE.raise(E_FAIL, "Failed to write sieve script.");
+  text.swap(written);
 }
 
 SieveRule* SieveRules::getRules(bool copy) const {

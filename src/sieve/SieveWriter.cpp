@@ -2,6 +2,7 @@
 // (but size), string lists too, and every line ends in CRLF.
 #include "sieve/SieveWriter.h"
 
+#include <algorithm>
 #include <string>
 
 namespace Sieve {
@@ -128,6 +129,25 @@ bool writeIf(std::wostream& out, SieveRule* rule, int depth, bool withComments, 
   lineEndDue = true;
   return true;
 }
+
+// A stream buffer that appends to a string.
+class AppendToText : public std::wstreambuf {
+ public:
+  explicit AppendToText(std::wstring& text) : text_(text) {}
+
+ protected:
+  std::streamsize xsputn(const wchar_t* chars, std::streamsize count) override {
+    text_.append(chars, static_cast<std::size_t>(count));
+    return count;
+  }
+  int_type overflow(int_type ch) override {
+    if (!traits_type::eq_int_type(ch, traits_type::eof())) text_.push_back(traits_type::to_char_type(ch));
+    return traits_type::not_eof(ch);
+  }
+
+ private:
+  std::wstring& text_;
+};
 
 }  // namespace
 }  // namespace details
@@ -266,27 +286,116 @@ bool writeRule(std::wostream& out, SieveRule* rule, int depth, bool withComments
   return true;
 }
 
+namespace details {
+namespace {
+
+// The head of a command's line in the saved form: the rule line of a top-level rule, and
+// the comment mark when the rule's top is off.
+void writeSavedLineHead(std::wostream& out, const SieveRule& rule, int depth, bool topEnabled) {
+  if (depth == 0 && (!rule.enabled || !rule.name.empty()))
+    out << L"#!" << (rule.enabled ? L'1' : L'0') << L' ' << rule.name << kLineEnd;
+  if (!topEnabled) out << L"# ";
+  writeIndent(out, depth);
+}
+
+// A redirect's addresses as splitRules cuts them: the runs between commas, semicolons
+// and blanks. Returns how many there were.
+std::size_t writeSavedRedirects(std::wostream& out, const SieveRule& rule, int depth, bool topEnabled) {
+  static const wchar_t* const kSeparators = L",; ";
+  const std::wstring& text = rule.argument;
+  std::size_t count = 0;
+  std::size_t begin = text.find_first_not_of(kSeparators);
+  while (begin != std::wstring::npos) {
+    const std::size_t end = text.find_first_of(kSeparators, begin);
+    writeSavedLineHead(out, rule, depth, topEnabled);
+    out << L"redirect ";
+    writeQuoted(out, text.substr(begin, end == std::wstring::npos ? std::wstring::npos : end - begin));
+    out << L';' << kLineEnd;
+    ++count;
+    begin = end == std::wstring::npos ? end : text.find_first_not_of(kSeparators, end);
+  }
+  return count;
+}
+
+bool writeSaved(std::wostream& out, const SieveRule& rule, int depth, bool topEnabled, bool& split);
+
+// An If in the saved form: no else branch, and its braces marked by its own flag.
+bool writeSavedIf(std::wostream& out, const SieveRule& rule, int depth, bool topEnabled) {
+  const wchar_t* prefix = rule.enabled ? L"" : L"# ";
+  out << L"if ";
+  if (!writeTest(out, rule.test, depth)) return false;
+  out << kLineEnd << prefix;
+  writeIndent(out, depth);
+  out << L'{' << kLineEnd;
+  bool split = false;
+  for (const SieveRule* command = rule.thenBlock; command; command = command->next)
+    if (!writeSaved(out, *command, depth + 1, topEnabled, split)) return false;
+  out << prefix;
+  writeIndent(out, depth);
+  out << L'}' << kLineEnd;
+  return true;
+}
+
+// One command of a chain in the saved form, with everything inside it: what writeRule
+// writes for the command's copy after splitRules, with the top's flag given instead of
+// found through parents. split tells whether a redirect became several.
+bool writeSaved(std::wostream& out, const SieveRule& rule, int depth, bool topEnabled, bool& split) {
+  split = false;
+  if (rule.kind == RuleKind::Redirect) {
+    const std::size_t count = writeSavedRedirects(out, rule, depth, topEnabled);
+    split = count > 1;
+    if (count > 0) return true;
+  }
+  writeSavedLineHead(out, rule, depth, topEnabled);
+  switch (rule.kind) {
+    case RuleKind::If: return writeSavedIf(out, rule, depth, topEnabled);
+    case RuleKind::Keep: out << L"keep;"; break;
+    case RuleKind::Reject:
+      out << L"reject ";
+      writeQuoted(out, rule.argument);
+      out << L';';
+      break;
+    case RuleKind::Discard: out << L"discard;"; break;
+    case RuleKind::FileInto:
+      out << L"fileinto ";
+      writeQuoted(out, rule.argument);
+      out << L';';
+      break;
+    case RuleKind::Stop: out << L"stop;"; break;
+    case RuleKind::Redirect:
+      out << L"redirect ";
+      writeQuoted(out, rule.argument);
+      out << L';';
+      break;
+    case RuleKind::Notify: writeNotify(out, rule); break;
+    case RuleKind::Vacation: writeVacation(out, rule); break;
+    case RuleKind::SetReadFlag: out << L"setreadflag;"; break;
+    default: return false;
+  }
+  out << kLineEnd;
+  return true;
+}
+
+}  // namespace
+}  // namespace details
+
 bool writeRules(std::wostream& out, const SieveRule* head) {
+  // Written straight from the chain, as its copy would be written after splitRules: a copy
+  // made for writing cost more per rule the longer the script was, and its allocations
+  // mixed with the growing output.
+  //
+  // splitRules links the copies of a top-level redirect each to the one before, and the
+  // rule after them to the last; a top-level rule's `# `, and that of every command inside
+  // it, comes from the top of that chain: the first of a run of split redirects.
+  bool inRun = false;
+  bool runEnabled = false;
   bool ok = true;
-  // An empty rule set is an empty script; the copy below needs a rule.
-  if (head) {
-    RulePtr copy(cloneRule(head, CloneWithSiblings));
-    if (!copy) {
-      ok = false;
-    } else {
-      SieveRule::splitRules(copy.get());
-      // splitRules leaves each top-level copy pointing at the one before it, and the
-      // writer follows parents to the top for every line: point each straight at its top
-      // (same answers, linear time) so that a long list of addresses cannot stall a save.
-      for (SieveRule* rule = copy.get(); rule; rule = rule->next)
-        if (rule->parent && rule->parent->parent) rule->parent = rule->parent->parent;
-      for (SieveRule* rule = copy.get(); rule; rule = rule->next) {
-        if (!writeRule(out, rule, 0, true, false)) {
-          ok = false;
-          break;
-        }
-      }
-    }
+  for (const SieveRule* rule = head; rule; rule = rule->next) {
+    bool split = false;
+    ok = details::writeSaved(out, *rule, 0, inRun ? runEnabled : rule->enabled, split);
+    if (!ok) break;
+    if (split && !inRun) runEnabled = rule->enabled;
+    inRun = split;
   }
   out << L'\0';
   return ok;
@@ -297,6 +406,15 @@ std::wstring textOfStream(const std::wostringstream& stream) {
   const std::size_t end = text.find(L'\0');
   if (end != std::wstring::npos) text.resize(end);
   return text;
+}
+
+bool writeRulesInto(std::wstring& text, const SieveRule* head) {
+  text.clear();
+  details::AppendToText buffer(text);
+  std::wostream out(&buffer);
+  const bool ok = writeRules(out, head);
+  text.resize(std::min(text.find(L'\0'), text.size()));
+  return ok;
 }
 
 }  // namespace Sieve

@@ -20,13 +20,19 @@ void writeStringList(std::wostream& out, const SieveStringList* list);
 // The text in double quotes with ' " \ CR LF TAB escaped.
 void writeQuoted(std::wostream& out, const std::wstring& text);
 
-// The form for saving a rule set: a copy of the chain (no else branches), split into one
-// redirect per address, each rule with comments, and a zero character at the end. Stops at
-// the first rule that cannot be written and returns false. An empty chain writes the zero
-// character alone.
+// The form for saving a rule set: the chain without else branches, one redirect per
+// address, each rule with comments, and a zero character at the end; the chain itself is
+// left as it is. Stops at the first rule that cannot be written and returns false. An
+// empty chain writes the zero character alone.
 bool writeRules(std::wostream& out, const SieveRule* head);
 
 // The text a stream holds, up to its first zero character.
 std::wstring textOfStream(const std::wostringstream& stream);
+
+// The saved form as text: what textOfStream gives after writeRules, put in place of what
+// text held. Its storage is kept and grown only when too small, so that saving a large
+// rule set does not regrow a fresh stream buffer and copy it out each time. On false,
+// text holds what was written up to the failure.
+bool writeRulesInto(std::wstring& text, const SieveRule* head);
 
 }  // namespace Sieve

@@ -35,7 +35,8 @@ struct MarkedLink {
   bool capital;
 };
 std::vector<MarkedLink> linksOf(const std::wstring& markup) {
-  static const std::wregex link(L"<(a href|A HREF)=#([a-z]+)_([0-9]+)>(.*?)</(a|A)>");
+  // A shown text may span lines (a notification is shown whole).
+  static const std::wregex link(L"<(a href|A HREF)=#([a-z]+)_([0-9]+)>([\\s\\S]*?)</(a|A)>");
   std::vector<MarkedLink> links;
   for (std::wsregex_iterator it(markup.begin(), markup.end(), link), end; it != end; ++it)
     links.push_back({(*it)[2].str(), (*it)[3].str(), (*it)[4].str(), (*it)[1].str() == L"A HREF"});
@@ -111,10 +112,16 @@ TEST(RuleDescription, EachActionSentenceWithItsLinks) {
       {ActionFileInto, L"Archive/2024", L"", L"move it to the Archive/2024 folder", {L"fileinto"}},
       {ActionRedirect, L"a@x.org, b@y.org", L"", L"redirect it to a@x.org; b@y.org", {L"redirect"}},
       {ActionReject, L"Not here", L"", L"reject it and send Not here back to the sender", {L"reject"}},
+      {ActionReject, L"Not here\nTry later", L"", L"reject it and send Not here... back to the sender", {L"reject"}},
+      {ActionReject, L"Gone\rfor good\r\n", L"", L"reject it and send Gone... back to the sender", {L"reject"}},
       {ActionKeep, L"", L"", L"keep it in the Inbox", {}},
       {ActionDiscard, L"", L"", L"delete it permanently", {}},
       {ActionNotify, L"New mail", L"me@x.org", L"send the notification New mail to me@x.org",
        {L"notifym", L"notifya"}},
+      // Unlike reject and vacation, a notification is shown whole, line breaks and all.
+      {ActionNotify, L"$from$: $subject$\r\n$text$", L"me@x.org",
+       L"send the notification $from$: $subject$\r\n$text$ to me@x.org", {L"notifym", L"notifya"}},
+      {ActionVacation, L"Away\n", L"", L"reply to the sender automatically with Away...", {L"vacation"}},
       {ActionVacation, L"Away until Monday\r\nRegards", L"", L"reply to the sender automatically with Away until Monday...",
        {L"vacation"}},
       {ActionStop, L"", L"", L"stop processing more rules", {}},

@@ -314,7 +314,56 @@ TEST(SieveWriter, ATopLevelRuleAfterSplitRedirectsTakesItsPrefixFromTheirTop) {
   EXPECT_EQ(sievetest::writeRulesText(parsed.head.get()),
             crlf({L"#!0 fw", L"# redirect \"a\";", L"#!0 fw", L"# redirect \"b\";", L"#!1 x", L"# if true ", L"{",
                   L"#   keep;", L"}"}));
+  // The reader merges a list's redirects into one, so a run of several split redirects is
+  // hand-made: the run's first flag reaches every rule up to the one after the last split,
+  // and a rule that is not split ends the run.
+  struct Made {
+    RuleKind kind;
+    const wchar_t* name;
+    bool enabled;
+    const wchar_t* argument;
+  };
+  const Made made[] = {{RuleKind::Redirect, L"a", false, L"a,b"}, {RuleKind::Redirect, L"b", true, L"c;d"},
+                       {RuleKind::Keep, L"c", true, L""},           {RuleKind::Keep, L"d", true, L""},
+                       {RuleKind::Redirect, L"e", true, L"e f"},    {RuleKind::Discard, L"f", false, L""}};
+  SieveRule* head = nullptr;
+  for (const Made& m : made) {
+    RulePtr rule = makeRule(m.kind, m.name, m.enabled);
+    rule->argument = m.argument;
+    appendRule(head, rule.release());
+  }
+  RulePtr chain(head);
+  EXPECT_EQ(sievetest::writeRulesText(chain.get()),
+            crlf({L"#!0 a", L"# redirect \"a\";", L"#!0 a", L"# redirect \"b\";", L"#!1 b", L"# redirect \"c\";",
+                  L"#!1 b", L"# redirect \"d\";", L"#!1 c", L"# keep;", L"#!1 d", L"keep;", L"#!1 e", L"redirect \"e\";",
+                  L"#!1 e", L"redirect \"f\";", L"#!0 f", L"discard;"}));
   // writeScript has no split copies, and writes the rule as it is.
   EXPECT_EQ(sievetest::writeScript(parsed.head.get()),
             crlf({L"#!0 fw", L"# redirect \"a,b\";", L"#!1 x", L"if true ", L"{", L"  keep;", L"}"}));
+}
+
+TEST(SieveWriter, WriteRulesIntoGivesTheStreamsTextInPlaceOfWhatTheStringHeld) {
+  const char* const files[] = {"mailbox.sieve", "handwritten.sieve", "junk-email.sieve", "out-of-office.sieve"};
+  std::wstring text = L"left over from before";
+  for (const char* file : files) {
+    SCOPED_TRACE(file);
+    auto parsed = parse(sievetest::dataScript(file));
+    ASSERT_TRUE(parsed.ok);
+    bool streamOk = false;
+    const std::wstring expected = sievetest::writeRulesText(parsed.head.get(), &streamOk);
+    ASSERT_TRUE(streamOk);
+    EXPECT_TRUE(writeRulesInto(text, parsed.head.get()));
+    EXPECT_EQ(text, expected);
+  }
+  EXPECT_TRUE(writeRulesInto(text, nullptr));
+  EXPECT_EQ(text, L"");
+
+  // A failure leaves what the stream would hold, up to the rule that failed.
+  auto broken = parse(L"keep; if true { } stop;");
+  ASSERT_TRUE(broken.ok);
+  bool streamOk = true;
+  const std::wstring partial = sievetest::writeRulesText(broken.head.get(), &streamOk);
+  EXPECT_FALSE(streamOk);
+  EXPECT_FALSE(writeRulesInto(text, broken.head.get()));
+  EXPECT_EQ(text, partial);
 }

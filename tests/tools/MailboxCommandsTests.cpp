@@ -174,7 +174,9 @@ TEST_F(MailboxCopy, JunkCommands) {
       continue;
     }
     EXPECT_EQ(o.err, s.err.empty() ? "" : name() + s.err);
-    if (!s.state.empty()) EXPECT_EQ(runOn({"junk"}).out, s.state);
+    if (!s.state.empty()) {
+      EXPECT_EQ(runOn({"junk"}).out, s.state);
+    }
   }
   // No senders and no contacts: the plain spamtest again.
   EXPECT_NE(script().find("#!1 __WebmailJunk__\r\nif spamtest \r\n{"), std::string::npos);
@@ -199,6 +201,137 @@ TEST_F(MailboxCopy, JunkUsageErrors) {
   const Outcome missing = runOn({"junk", "trust", "remove", "nobody@example.org"});
   EXPECT_EQ(missing.code, 1);
   EXPECT_EQ(missing.err, "zelvo-rules junk: nobody@example.org is not a trusted sender\n" + name() + ": unchanged\n");
+}
+
+// Trusted senders typed as a user types them, in a folder with a script, a text file and a
+// folder, and with a default mailbox that must never be made by a mistyped line.
+class TrustedSendersAtThePrompt : public MailboxCopy {
+ protected:
+  void SetUp() override {
+    MailboxCopy::SetUp();
+    if (IsSkipped()) return;
+    work_ = dir_ / "work";
+    fs::create_directories(work_ / "box");
+    std::ofstream(work_ / "s.sieve", std::ios::binary) << kScript;
+    std::ofstream(work_ / "rules.txt", std::ios::binary) << kScript;
+    oldDirectory_ = fs::current_path();
+    fs::current_path(work_);
+    const char* old = std::getenv("ZELVO_DEFAULT_MAILBOX");
+    oldDefault_ = old ? old : "";
+    setDefault((dir_ / "default").string());
+  }
+  void TearDown() override {
+    if (!oldDirectory_.empty()) fs::current_path(oldDirectory_);
+    if (!work_.empty()) setDefault(oldDefault_);
+    MailboxCopy::TearDown();
+  }
+  static void setDefault(const std::string& value) {
+#ifdef _WIN32
+    _putenv_s("ZELVO_DEFAULT_MAILBOX", value.c_str());
+#else
+    if (value.empty()) unsetenv("ZELVO_DEFAULT_MAILBOX");
+    else setenv("ZELVO_DEFAULT_MAILBOX", value.c_str(), 1);
+#endif
+  }
+  // The trusted senders that 'junk' shows for a file.
+  static std::string sendersOf(const std::string& file) {
+    const Outcome o = run({"junk", file});
+    const size_t at = o.out.find("Trusted senders: ");
+    return at == std::string::npos ? "?" : o.out.substr(at + 17);
+  }
+
+  static constexpr const char* kScript = "#!1 A\r\nif true \r\n{\r\n  keep;\r\n}\r\n";
+  fs::path work_;
+  fs::path oldDirectory_;
+  std::string oldDefault_;
+};
+
+TEST_F(TrustedSendersAtThePrompt, SendersAreTrimmedAndAFileIsNeverASender) {
+  const std::string box = dir_.string();
+  const struct {
+    std::vector<std::string> args;
+    int code;
+    std::string err;
+    std::string script;  // the trusted senders of s.sieve afterwards
+    std::string text;    // and of rules.txt
+  } steps[] = {
+      {{"junk", "trust", "add", "--file", "s.sieve", "  x@y.org  "}, 0, "s.sieve: saved\n", "x@y.org\n", "none\n"},
+      {{"junk", "trust", "remove", "--file", "s.sieve", "x@y.org"}, 0, "s.sieve: saved\n", "none\n", "none\n"},
+      // The file last, as every other command takes it.
+      {{"junk", "trust", "add", "bob@example.com", "s.sieve"}, 0, "s.sieve: saved\n", "bob@example.com\n", "none\n"},
+      {{"junk", "trust", "add", "BOB@Example.com ", "example.org", "s.sieve"}, 0, "s.sieve: saved\n",
+       "bob@example.com, example.org\n", "none\n"},
+      {{"junk", "trust", "add", "example.org", "rules.txt"}, 0, "rules.txt: saved\n", "bob@example.com, example.org\n",
+       "example.org\n"},
+      {{"junk", "trust", "add", "\t", "s.sieve"}, 0,
+       "zelvo-rules junk trust add: an empty sender is skipped\ns.sieve: unchanged\n", "bob@example.com, example.org\n",
+       "example.org\n"},
+      {{"junk", "trust", "remove", "Example.ORG", "nobody", "./s.sieve"}, 1,
+       "zelvo-rules junk: nobody is not a trusted sender\n./s.sieve: saved\n", "bob@example.com\n", "example.org\n"},
+      // Refused, and nothing written anywhere.
+      {{"junk", "trust", "add", "bob@example.com", "missing.sieve"}, 2,
+       "zelvo-rules junk trust add: there is no script file 'missing.sieve', and a file name is not a sender; name an "
+       "existing script: zelvo-rules junk trust add ADDRESS... FILE\n",
+       "bob@example.com\n", "example.org\n"},
+      {{"junk", "trust", "add", "bob@example.com", "old/s.sieve"}, 2,
+       "zelvo-rules junk trust add: there is no script file 'old/s.sieve', and a file name is not a sender; name an "
+       "existing script: zelvo-rules junk trust add ADDRESS... FILE\n",
+       "bob@example.com\n", "example.org\n"},
+      {{"junk", "trust", "add", "s.sieve", "carol@example.com"}, 2,
+       "zelvo-rules junk trust add: 's.sieve' is a file name, not a sender; write the senders first and at most one "
+       "script file last: zelvo-rules junk trust add ADDRESS... [FILE]\n",
+       "bob@example.com\n", "example.org\n"},
+      {{"junk", "trust", "add", "carol@example.com", "rules.txt", "s.sieve"}, 2,
+       "zelvo-rules junk trust add: 'rules.txt' is a file name, not a sender; write the senders first and at most one "
+       "script file last: zelvo-rules junk trust add ADDRESS... [FILE]\n",
+       "bob@example.com\n", "example.org\n"},
+      {{"junk", "trust", "add", "carol@example.com", "s.sieve", "--mailbox", box}, 2,
+       "zelvo-rules junk trust add: 's.sieve' is a file name, not a sender; write the senders first and at most one "
+       "script file last: zelvo-rules junk trust add ADDRESS... [FILE]\n",
+       "bob@example.com\n", "example.org\n"},
+      {{"junk", "trust", "remove", "bob@example.com", "box"}, 2,
+       "zelvo-rules junk trust remove: 'box' is a folder; for a mailbox folder write: zelvo-rules junk trust remove "
+       "ADDRESS... --mailbox box\n",
+       "bob@example.com\n", "example.org\n"},
+      {{"junk", "trust", "add", "s.sieve"}, 2,
+       "zelvo-rules junk trust add: no sender given; write: zelvo-rules junk trust add ADDRESS... [FILE | --mailbox "
+       "DIR]\n",
+       "bob@example.com\n", "example.org\n"},
+  };
+  const std::string mailbox = script();
+  for (const auto& s : steps) {
+    std::string trace;
+    for (const auto& a : s.args) trace += "'" + a + "' ";
+    SCOPED_TRACE(trace);
+    const Outcome o = run(s.args);
+    EXPECT_EQ(o.code, s.code);
+    EXPECT_EQ(o.err, s.err);
+    EXPECT_EQ(sendersOf("s.sieve"), s.script);
+    EXPECT_EQ(sendersOf("rules.txt"), s.text);
+    EXPECT_EQ(script(), mailbox);
+    EXPECT_FALSE(fs::exists(dir_ / "default")) << "the default mailbox was made";
+  }
+  // The stored list holds the entries cut of their blanks.
+  EXPECT_NE(readBytes(work_ / "s.sieve").find("\"From\" \"bob@example.com\" ) \r\n"), std::string::npos)
+      << readBytes(work_ / "s.sieve");
+}
+
+TEST_F(TrustedSendersAtThePrompt, StandardInputLastIsTheScript) {
+  const Outcome o = run({"junk", "trust", "add", " x@y.org", "-"}, kScript);
+  EXPECT_EQ(o.code, 0) << o.err;
+  EXPECT_EQ(o.err, "<stdin>: standard input is not saved; the changed script follows\n");
+  EXPECT_NE(o.out.find("\"From\" \"x@y.org\" ) \r\n"), std::string::npos) << o.out;
+  EXPECT_FALSE(fs::exists(dir_ / "default"));
+}
+
+TEST_F(TrustedSendersAtThePrompt, TheDefaultMailboxTakesSendersThatNameNoFile) {
+  const Outcome o = run({"junk", "trust", "add", "  partner.example  "});
+  EXPECT_EQ(o.code, 0) << o.err;
+  EXPECT_NE(o.err.find((dir_ / "default").string() + ": saved\n"), std::string::npos) << o.err;
+  EXPECT_EQ(sendersOf("--mailbox=" + (dir_ / "default").string()),
+            "newsletter@lists.example.org, billing@utility.example.net, partner.example\n");
+  EXPECT_NE(readBytes(dir_ / "default" / "script.sieve").find("\"partner.example\"]"), std::string::npos);
+  EXPECT_EQ(readBytes(work_ / "s.sieve"), kScript);
 }
 
 TEST_F(MailboxCopy, ABrokenScriptIsReportedAndLeftAsItWas) {

@@ -1,7 +1,7 @@
 // The commands that work on a mailbox's rules: list, enable, disable and junk. Each loads
 // through the rule set, changes through it, and saves through it.
 #include <algorithm>
-#include <cwctype>
+#include <filesystem>
 
 #include "Commands.h"
 #include "MailboxTarget.h"
@@ -9,6 +9,7 @@
 #include "platform/Utf8.h"
 #include "sieve/RuleList.h"
 #include "sieve/SieveRules.h"
+#include "sieve/TrustedSenderList.h"
 #include "strings/Localization.h"
 
 namespace zelvo {
@@ -81,11 +82,54 @@ int setRowEnabled(const CommandLine& line, ToolIo& io, bool enabled) {
   return target.save(rules, io);
 }
 
-// Address comparison ignores case, as mail systems do for the domain and mostly for the rest.
-bool sameAddress(const std::wstring& a, const std::wstring& b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](wchar_t x, wchar_t y) {
-           return std::towlower(static_cast<wint_t>(x)) == std::towlower(static_cast<wint_t>(y));
-         });
+// An argument that only a file can be meant by: standard input, a name ending in ".sieve",
+// a path, or the name of something on disk. Such an argument is never taken as a trusted
+// sender, so that a script named on the command line is never stored as one.
+bool namesAFile(const std::string& arg) {
+  if (arg == "-" || arg.find_first_of("/\\") != std::string::npos) return true;
+  static const std::string kSuffix = ".sieve";
+  if (arg.size() >= kSuffix.size() &&
+      std::equal(kSuffix.begin(), kSuffix.end(), arg.end() - static_cast<std::ptrdiff_t>(kSuffix.size()),
+                 [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? static_cast<char>(b + 32) : b); }))
+    return true;
+  std::error_code error;
+  return std::filesystem::exists(std::filesystem::u8path(arg), error);
+}
+
+// Takes 'trust add|remove' apart: the senders, and the script file when it is written last
+// without --file or --mailbox. Nothing is taken for a sender that names a file, and a file
+// that cannot be the script is refused with what to write instead. The exit code.
+int parseTrustArguments(const CommandLine& line, ToolIo& io, std::vector<std::string> senders,
+                        std::vector<std::wstring>& addresses, std::string& scriptOperand) {
+  const std::wstring verb = wide(line.operands.at(1));  // add or remove
+  const bool targetNamed = line.options.count("--file") > 0 || line.options.count("--mailbox") > 0;
+  if (!targetNamed && !senders.empty() && namesAFile(senders.back())) {
+    const std::string& last = senders.back();
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(std::filesystem::u8path(last), error);
+    if (last != "-" && std::filesystem::is_directory(status)) {
+      writeLine(io.err, Localization::formatString(IDS_TOOL_TRUST_FOLDER, verb, wide(last)));
+      return ExitUsage;
+    }
+    if (last != "-" && !std::filesystem::exists(status)) {
+      writeLine(io.err, Localization::formatString(IDS_TOOL_TRUST_NO_SUCH_FILE, verb, wide(last)));
+      return ExitUsage;
+    }
+    scriptOperand = last;
+    senders.pop_back();
+  }
+  for (const std::string& sender : senders) {
+    if (namesAFile(sender)) {
+      writeLine(io.err, Localization::formatString(IDS_TOOL_TRUST_FILE_NOT_SENDER, verb, wide(sender)));
+      return ExitUsage;
+    }
+  }
+  if (senders.empty()) {
+    writeLine(io.err, Localization::formatString(IDS_TOOL_TRUST_NO_SENDER, verb));
+    return ExitUsage;
+  }
+  for (const std::string& sender : senders) addresses.push_back(wide(sender));
+  return ExitSuccess;
 }
 
 }  // namespace details
@@ -140,7 +184,9 @@ int runJunk(const CommandLine& line, ToolIo& io) {
   } else if (first == "trust" && args.size() >= 3 && (args[1] == "add" || args[1] == "remove")) {
     action = Action::Trust;
     add = args[1] == "add";
-    for (size_t i = 2; i < args.size(); ++i) addresses.push_back(wide(args[i]));
+    const std::vector<std::string> senders(args.begin() + 2, args.end());
+    if (const int code = details::parseTrustArguments(line, io, senders, addresses, scriptOperand); code != ExitSuccess)
+      return code;
   } else {
     writeLine(io.err, Localization::getString(IDS_TOOL_BAD_JUNK_ARGUMENTS));
     return ExitUsage;
@@ -170,24 +216,25 @@ int runJunk(const CommandLine& line, ToolIo& io) {
       if (rules.getJunkEmailTrustContacts() != value) rules.setJunkEmailTrustContacts(value);
       break;
     case Action::Trust: {
-      std::vector<std::wstring> senders = rules.getJunkEmailTrustedSenders();
+      // The dialog's list rules: trimmed entries, none empty, case-blind matches.
+      Sieve::TrustedSenderList senders(rules.getJunkEmailTrustedSenders());
+      const std::wstring verb = wide(args[1]);
       bool changed = false;
       int missing = 0;
       for (const std::wstring& address : addresses) {
-        const auto found = std::find_if(senders.begin(), senders.end(),
-                                        [&](const std::wstring& s) { return details::sameAddress(s, address); });
-        if (add && found == senders.end()) {
-          senders.push_back(address);
+        if (Sieve::TrustedSenderList::entryOf(address).empty()) {
+          writeLine(io.err, Localization::formatString(IDS_TOOL_TRUST_EMPTY_SENDER, verb));
+        } else if (add) {
+          changed = senders.add(address) == Sieve::TrustedSenderList::AddResult::Added || changed;
+        } else if (senders.remove(address)) {
           changed = true;
-        } else if (!add && found != senders.end()) {
-          senders.erase(found);
-          changed = true;
-        } else if (!add) {
-          writeLine(io.err, Localization::formatString(IDS_TOOL_NOT_TRUSTED, address));
+        } else {
+          writeLine(io.err,
+                    Localization::formatString(IDS_TOOL_NOT_TRUSTED, Sieve::TrustedSenderList::entryOf(address)));
           ++missing;
         }
       }
-      if (changed) rules.setJunkEmailTrustedSenders(senders);
+      if (changed) rules.setJunkEmailTrustedSenders(senders.entries());
       const int code = target.save(rules, io);
       return code != ExitSuccess ? code : (missing > 0 ? ExitScriptError : ExitSuccess);
     }
