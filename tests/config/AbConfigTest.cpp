@@ -12,6 +12,8 @@
 #include "base/HResultException.h"
 #include "config/AbConfig.h"
 #include "store/reference/ReferenceStore.h"
+#include "streams/DataStream.h"
+#include "streams/StreamUtils.h"
 #include "tests/store/StoreTestSupport.h"
 
 using namespace zelvo::config;
@@ -164,10 +166,24 @@ TEST_F(AbConfigTest, AnswersForItselfAndHandsMarshalingToTheFreeThreadedMarshale
   ComRef<IUnknown> throughMarshal;
   ASSERT_EQ(marshal->QueryInterface(IID_IUnknown, throughMarshal.putVoid()), S_OK);
   EXPECT_EQ(throughMarshal.get(), identity.get()) << "the marshaler speaks for the object";
-  CLSID unmarshaler{};
-  ASSERT_EQ(marshal->GetUnmarshalClass(IID_IAbConfig, ab.get(), MSHCTX_INPROC, nullptr, MSHLFLAGS_NORMAL, &unmarshaler),
+
+  // Marshaled in the process, the object travels as itself: another thread calls it
+  // without a proxy.
+  ComRef<IStream> carrier;
+  ASSERT_EQ(createDataStream(0, carrier.put(), false, false, false), S_OK);
+  ASSERT_EQ(marshal->MarshalInterface(carrier.get(), IID_IAbConfig, ab.get(), MSHCTX_INPROC, nullptr, MSHLFLAGS_NORMAL),
             S_OK);
-  EXPECT_TRUE(IsEqualCLSID(unmarshaler, CLSID_InProcFreeMarshaler));
+  streamUtils::rewind(carrier.get());
+  IAbConfig* received = nullptr;
+  std::thread service([&] {
+    if (SUCCEEDED(marshal->UnmarshalInterface(carrier.get(), IID_IAbConfig, reinterpret_cast<void**>(&received))))
+      received->showContacts();
+  });
+  service.join();
+  ASSERT_NE(received, nullptr);
+  EXPECT_EQ(received, ab.get());
+  received->Release();
+  EXPECT_EQ(log.requests.size(), 1u);
 
   ComRef<IStream> stream;
   EXPECT_EQ(ab->QueryInterface(IID_IStream, stream.putVoid()), E_NOINTERFACE);
