@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <stdexcept>
 
 #include "config/AccessRights.h"
@@ -416,6 +417,52 @@ TEST_F(FolderAccessListTest, AnEmptyListIsWrittenAsAnEmptyList) {
   list.saveAccessData(folder.get());
   EXPECT_TRUE(stored().empty());
   EXPECT_EQ(ReferenceStore::ReferenceAllocator::liveBlocks(), blocksBefore);
+}
+
+// A service that breaks the rules and lets a C++ exception out of its access calls.
+class ThrowingFolderConfig final : public IFolderConfig {
+ public:
+  explicit ThrowingFolderConfig(IFolderConfig* inner) : inner_(inner) {}
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override { return inner_->QueryInterface(iid, out); }
+  ULONG STDMETHODCALLTYPE AddRef() override { return 1; }
+  ULONG STDMETHODCALLTYPE Release() override { return 1; }
+  HRESULT STDMETHODCALLTYPE getAccessRights(ULONG*, AccessInfo**) override { throw std::length_error("too long"); }
+  HRESULT STDMETHODCALLTYPE setAccessRights(ULONG, AccessInfo*, bool) override { throw std::runtime_error("gone"); }
+  HRESULT STDMETHODCALLTYPE getSynchronization(ULONG* mode) override { return inner_->getSynchronization(mode); }
+  HRESULT STDMETHODCALLTYPE setSynchronization(ULONG mode, bool recursive) override {
+    return inner_->setSynchronization(mode, recursive);
+  }
+  HRESULT STDMETHODCALLTYPE getAllocator(IUnknown** allocator) override { return inner_->getAllocator(allocator); }
+  HRESULT STDMETHODCALLTYPE getGlobalConfig(IGlobalConfig** config) override { return inner_->getGlobalConfig(config); }
+  HRESULT STDMETHODCALLTYPE isFeatureAvailable(ULONG feature) override { return inner_->isFeatureAvailable(feature); }
+  HRESULT STDMETHODCALLTYPE getFolderFlags(ULONG* flags, ULONG reserved) override {
+    return inner_->getFolderFlags(flags, reserved);
+  }
+  HRESULT STDMETHODCALLTYPE resynchronizeContents() override { return inner_->resynchronizeContents(); }
+
+ private:
+  IFolderConfig* inner_;
+};
+
+TEST_F(FolderAccessListTest, OtherExceptionsBecomeOutOfMemoryWithTheirText) {
+  ThrowingFolderConfig broken(folder.get());
+  const struct {
+    std::function<void()> call;
+    std::string message;
+  } cases[] = {
+      {[&] { list.loadAccessData(&broken); }, "Failed to load access rights (too long)"},
+      {[&] { list.saveAccessData(&broken); }, "Failed to save access rights (gone)"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.message);
+    try {
+      c.call();
+      ADD_FAILURE() << "no raise";
+    } catch (const HResultException& e) {
+      EXPECT_EQ(e.getHResult(), E_OUTOFMEMORY);
+      EXPECT_EQ(storetest::messageOf(e), c.message);
+    }
+  }
 }
 
 }  // namespace
