@@ -241,6 +241,7 @@ TEST_F(AbConfigTest, ServiceThreadsCallingWhileTheAddInDetaches) {
 
   std::atomic<int> failures{0};
   std::atomic<bool> stop{false};
+  std::vector<std::atomic<ULONG>> started(kThreads + 1);
   std::vector<std::atomic<ULONG>> made(kThreads + 1);
   std::vector<std::thread> threads;
   for (ULONG t = 1; t <= kThreads; ++t)
@@ -252,6 +253,7 @@ TEST_F(AbConfigTest, ServiceThreadsCallingWhileTheAddInDetaches) {
         return;
       }
       for (ULONG call = 0; !stop; ++call) {
+        started[t] = call + 1;
         if (sendRequest(ab.get(), static_cast<int>(call % 3), t, call) != S_OK) ++failures;
         made[t] = call + 1;
         std::this_thread::yield();  // give the detaching thread a chance at the lock
@@ -264,14 +266,17 @@ TEST_F(AbConfigTest, ServiceThreadsCallingWhileTheAddInDetaches) {
   waitForCalls(std::vector<ULONG>(kThreads + 1, kBefore));
 
   // The add-in's detaching: under the lock, detach, withdraw it from the store, forget it.
+  // Every thread is in the middle of a request meanwhile, held up by the lock.
   {
     CLockGuard guard(&lock);
+    for (ULONG t = 1; t <= kThreads; ++t)
+      while (started[t] == made[t] && failures == 0) std::this_thread::yield();
     ComRef<IAbConfig> ab = ComRef<IAbConfig>::adopt(store.abConfig());
     ASSERT_TRUE(ab);
     ab->detach();
+    log.detached = true;
     config->clearAbConfig();
   }
-  log.detached = true;
   addIn.reset();
   std::vector<ULONG> atDetach(kThreads + 1, 0);
   for (ULONG t = 1; t <= kThreads; ++t) atDetach[t] = made[t] + kAfter;
