@@ -357,3 +357,64 @@ TEST_F(ReferenceStoreTest, UnknownFolderIsNotFound) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(ReferenceStoreTest, WarningsAnswerAfterTheWorkIsDoneAndWaitForASuccess) {
+  const HRESULT warning = static_cast<HRESULT>(0x00040380);
+  store.warnNext(Operation::GetDelegates, warning);
+  store.failNext(Operation::GetDelegates, E_FAIL);
+  EXPECT_EQ(store.pendingFailures(), 2u);
+  ULONG count = 0;
+  MapiBuffer<DelegateRecord> records(alloc.freeBuffer);
+  EXPECT_EQ(config->getDelegates(1, &count, records.receive()), E_FAIL) << "the failure comes first";
+  EXPECT_EQ(config->getDelegates(1, &count, records.receive()), warning);
+  EXPECT_EQ(count, 2u) << "a warned call still hands out its records";
+  EXPECT_NE(records.get(), nullptr);
+  EXPECT_EQ(config->getDelegates(1, &count, records.receive()), S_OK);
+  EXPECT_EQ(store.pendingFailures(), 0u);
+
+  Ref<IFolderConfig> folder(store.folderConfig(L"INBOX"));
+  store.warnNext(Operation::SetSynchronization, S_FALSE);
+  EXPECT_EQ(folder->setSynchronization(2, false), S_FALSE);
+  EXPECT_EQ(store.mailbox().folders[0].synchronization, 2u);
+}
+
+// Counts what the service asks of the add-in.
+class CountingAbConfig final : public IAbConfig {
+ public:
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID, void** out) override {
+    *out = nullptr;
+    return E_NOINTERFACE;
+  }
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++refs; }
+  ULONG STDMETHODCALLTYPE Release() override { return --refs; }
+  HRESULT STDMETHODCALLTYPE addFolder(const SBinary*, ULONG) override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE showContacts() override {
+    ++shows;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE removeFolder(const SBinary*, const SBinary*, ULONG) override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE storeClosed(GUID) override { return S_OK; }
+  HRESULT STDMETHODCALLTYPE detach() override { return S_OK; }
+  ULONG refs = 1;
+  int shows = 0;
+};
+
+TEST_F(ReferenceStoreTest, TheServiceCallsTheCallBackItWasGiven) {
+  CountingAbConfig callBack;
+  EXPECT_EQ(store.abConfig(), nullptr);
+  ASSERT_EQ(config->setAbConfig(&callBack), S_OK);
+  {
+    Ref<IAbConfig> held(store.abConfig());
+    ASSERT_EQ(held.get(), &callBack);
+    EXPECT_EQ(held->showContacts(), S_OK);
+    EXPECT_EQ(callBack.refs, 3u) << "the store's reference and this one";
+  }
+  EXPECT_EQ(callBack.shows, 1);
+  ASSERT_EQ(config->clearAbConfig(), S_OK);
+  EXPECT_EQ(store.abConfig(), nullptr);
+  EXPECT_EQ(callBack.refs, 1u);
+}
+
+}  // namespace

@@ -21,6 +21,7 @@ struct StoreState {
   Mailbox mailbox;
   Activity activity;
   std::map<Operation, std::deque<HRESULT>> failures;
+  std::map<Operation, std::deque<HRESULT>> warnings;
   IAbConfig* abConfig = nullptr;       // held with a reference while set
   GlobalConfigObject* global = nullptr;  // the live IGlobalConfig, not a reference
 
@@ -33,6 +34,17 @@ struct StoreState {
     std::lock_guard<std::recursive_mutex> lock(mutex);
     auto found = failures.find(operation);
     if (found == failures.end() || found->second.empty()) return std::nullopt;
+    const HRESULT code = found->second.front();
+    found->second.pop_front();
+    return code;
+  }
+
+  // What a successful call answers: a queued warning, or S_OK.
+  HRESULT succeeded(Operation operation, HRESULT result) {
+    if (result != S_OK) return result;
+    std::lock_guard<std::recursive_mutex> lock(mutex);
+    auto found = warnings.find(operation);
+    if (found == warnings.end() || found->second.empty()) return result;
     const HRESULT code = found->second.front();
     found->second.pop_front();
     return code;
@@ -485,10 +497,10 @@ class GlobalConfigObject final : public RefCounted<IGlobalConfig> {
   template <class Body>
   HRESULT run(Operation operation, Body&& body) {
     if (auto injected = state_->takeFailure(operation)) return *injected;
-    return guarded([&]() -> HRESULT {
+    return state_->succeeded(operation, guarded([&]() -> HRESULT {
       std::lock_guard<std::recursive_mutex> lock(state_->mutex);
       return body(state_->mailbox);
-    });
+    }));
   }
 
  private:
@@ -629,12 +641,12 @@ class FolderConfigObject final : public RefCounted<IFolderConfig> {
   template <class Body>
   HRESULT run(Operation operation, Body&& body) {
     if (auto injected = state_->takeFailure(operation)) return *injected;
-    return guarded([&]() -> HRESULT {
+    return state_->succeeded(operation, guarded([&]() -> HRESULT {
       std::lock_guard<std::recursive_mutex> lock(state_->mutex);
       MailboxFolder* folder = state_->mailbox.findFolder(path_);
       if (!folder) return MAPI_E_NOT_FOUND;  // the mailbox was replaced without it
       return body(state_->mailbox, *folder);
-    });
+    }));
   }
 
   template <class Change>
@@ -766,10 +778,16 @@ void Store::failNext(Operation operation, HRESULT code) {
   state_->failures[operation].push_back(code);
 }
 
+void Store::warnNext(Operation operation, HRESULT code) {
+  std::lock_guard<std::recursive_mutex> lock(state_->mutex);
+  state_->warnings[operation].push_back(code);
+}
+
 size_t Store::pendingFailures() const {
   std::lock_guard<std::recursive_mutex> lock(state_->mutex);
   size_t pending = 0;
   for (const auto& entry : state_->failures) pending += entry.second.size();
+  for (const auto& entry : state_->warnings) pending += entry.second.size();
   return pending;
 }
 
@@ -779,6 +797,12 @@ IFolderConfig* Store::folderConfig(const std::wstring& path) {
   std::lock_guard<std::recursive_mutex> lock(state_->mutex);
   if (!state_->mailbox.findFolder(path)) ZEL_HERE.raise(MAPI_E_NOT_FOUND, L"No such folder in the mailbox");
   return new FolderConfigObject(state_, path);
+}
+
+IAbConfig* Store::abConfig() {
+  std::lock_guard<std::recursive_mutex> lock(state_->mutex);
+  if (state_->abConfig) state_->abConfig->AddRef();
+  return state_->abConfig;
 }
 
 IMAPIProp* Store::mapiStore() { return new MapiObject(state_, std::nullopt); }

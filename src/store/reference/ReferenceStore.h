@@ -2,8 +2,9 @@
 // an in-memory Mailbox, with MAPI objects that hand them out as a store of the product
 // does. It serves the command-line tool, the tests and the host stand-in.
 //
-// Every operation can be told to fail once with a chosen code (failNext), so that the
-// error paths of callers run against the real service. What the service was asked to do
+// Every operation can be told to fail once with a chosen code (failNext), or to do its
+// work and answer a warning (warnNext), so that the error paths of callers run against
+// the real service. What the service was asked to do
 // beyond changing the mailbox (synchronisations, junk marks...) is kept in Activity.
 #pragma once
 
@@ -66,6 +67,10 @@ class Store {
 
   // The next call of operation answers code and changes nothing. Several calls queue.
   void failNext(Operation operation, HRESULT code);
+  // The next call of operation that succeeds answers code (a warning, above 0) instead of
+  // S_OK, with its out-parameters filled as usual. Several calls queue.
+  void warnNext(Operation operation, HRESULT code);
+  // Failures and warnings queued and not yet answered.
   size_t pendingFailures() const;
 
   // New references. The store's one IGlobalConfig; a folder's IFolderConfig (raises
@@ -75,6 +80,10 @@ class Store {
   IFolderConfig* folderConfig(const std::wstring& path);
   IMAPIProp* mapiStore();
   IMAPIProp* mapiFolder(const std::wstring& path);
+
+  // A new reference to the call-back that setAbConfig handed over, or null: what the
+  // service calls, on threads of its own, to have the address book changed.
+  IAbConfig* abConfig();
 
  private:
   std::shared_ptr<StoreState> state_;
