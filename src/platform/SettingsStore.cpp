@@ -171,6 +171,15 @@ std::vector<std::wstring> MemorySettings::subKeys(const std::wstring& key) {
   return names;
 }
 
+std::vector<std::wstring> MemorySettings::valueNames(const std::wstring& key) {
+  std::lock_guard<std::recursive_mutex> lock(mutex_);
+  std::vector<std::wstring> names;
+  const auto k = keys_.find(details::fold(details::normaliseKey(key)));
+  if (k != keys_.end())
+    for (const auto& entry : k->second.values) names.push_back(entry.second.first);
+  return names;
+}
+
 std::string MemorySettings::serialize() const {
   std::lock_guard<std::recursive_mutex> lock(mutex_);
   std::string out = "; Zelvo Mail Bridge settings\n";

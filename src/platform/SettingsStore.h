@@ -43,6 +43,11 @@ class SettingsBackend {
     (void)key;
     return {};
   }
+  // Names of the values of key, in the order of their folded names.
+  virtual std::vector<std::wstring> valueNames(const std::wstring& key) {
+    (void)key;
+    return {};
+  }
 };
 
 // Settings held in memory only; each instance starts empty.
@@ -55,6 +60,7 @@ class MemorySettings : public SettingsBackend {
   bool deleteValue(const std::wstring& key, const std::wstring& name) override;
   bool deleteTree(const std::wstring& key) override;
   std::vector<std::wstring> subKeys(const std::wstring& key) override;
+  std::vector<std::wstring> valueNames(const std::wstring& key) override;
 
   // The text form of a registry export: "[key]" lines, then "name"=dword:0000002a,
   // "name"="text" and "name"=hex(N):01,02 lines. Read back by parse().

@@ -19,6 +19,8 @@
 #include <winver.h>
 #include <mapicode.h>
 #include <richedit.h>
+#include <shlwapi.h>
+#include <tlhelp32.h>
 #else
 #include "platform/linux/Types.h"
 #include "platform/linux/ResultCodes.h"
@@ -34,4 +36,7 @@
 #include "platform/linux/Marshal.h"
 #include "platform/linux/Mapi.h"
 #include "platform/linux/RichEdit.h"
+#include "platform/linux/Shell.h"
+#include "platform/linux/User.h"
+#include "platform/linux/ToolHelp.h"
 #endif

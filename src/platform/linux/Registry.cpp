@@ -127,3 +127,19 @@ LONG RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, L
   if (lpftLastWriteTime) *lpftLastWriteTime = FILETIME{};
   return ERROR_SUCCESS;
 }
+
+LONG RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWORD lpcchValueName, LPDWORD, LPDWORD lpType,
+                   LPBYTE lpData, LPDWORD lpcbData) {
+  if (pathOf(hKey).empty()) return ERROR_INVALID_HANDLE;
+  if (!lpValueName || !lpcchValueName) return ERROR_INVALID_PARAMETER;
+  const std::wstring path = pathOf(hKey);
+  const std::vector<std::wstring> names = backendFor(path)->valueNames(path);
+  if (dwIndex >= names.size()) return ERROR_NO_MORE_ITEMS;
+  const std::wstring& name = names[dwIndex];
+  if (*lpcchValueName <= name.size()) return ERROR_MORE_DATA;
+  std::copy(name.begin(), name.end(), lpValueName);
+  lpValueName[name.size()] = 0;
+  *lpcchValueName = static_cast<DWORD>(name.size());
+  if (!lpType && !lpData && !lpcbData) return ERROR_SUCCESS;
+  return RegQueryValueExW(hKey, name.c_str(), nullptr, lpType, lpData, lpcbData);
+}

@@ -38,6 +38,17 @@ void putEntry(std::vector<BYTE>& out, const std::wstring& key, const void* value
 std::vector<BYTE> serialise(const VersionBlock& block) {
   std::vector<BYTE> out;
   putWord(out, kMagic);
+  VS_FIXEDFILEINFO fixed{};
+  fixed.dwSignature = 0xFEEF04BD;
+  fixed.dwStrucVersion = 0x00010000;
+  fixed.dwFileVersionMS = (static_cast<DWORD>(block.fileVersion[0]) << 16) | block.fileVersion[1];
+  fixed.dwFileVersionLS = (static_cast<DWORD>(block.fileVersion[2]) << 16) | block.fileVersion[3];
+  fixed.dwProductVersionMS = (static_cast<DWORD>(block.productVersion[0]) << 16) | block.productVersion[1];
+  fixed.dwProductVersionLS = (static_cast<DWORD>(block.productVersion[2]) << 16) | block.productVersion[3];
+  fixed.dwFileFlagsMask = 0x3F;
+  fixed.dwFileOS = 0x00040004;  // VOS_NT_WINDOWS32, as the resource script says
+  fixed.dwFileType = 1;         // VFT_APP
+  putEntry(out, L"\\", &fixed, sizeof fixed);
   std::vector<WORD> translation;
   for (const auto& [lang, cp] : block.translations) translation.push_back(lang), translation.push_back(cp);
   putEntry(out, L"\\VarFileInfo\\Translation", translation.data(), translation.size() * sizeof(WORD));
