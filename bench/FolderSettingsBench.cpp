@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "config/AddressCheck.h"
+#include "base/AddressCheck.h"
 #include "config/FolderSettings.h"
 #include "store/reference/ReferenceStore.h"
 
@@ -55,7 +55,7 @@ BENCHMARK(BM_FolderSettingsApply)->Arg(10)->Arg(100)->Arg(1000)->Unit(benchmark:
 void BM_AddressCheck(benchmark::State& state) {
   const std::wstring address = state.range(0) == 0 ? L"jane.doe@mail.example.com"
                                                    : std::wstring(200, L'x') + L"@" + std::wstring(200, L'y') + L".com";
-  for (auto _ : state) benchmark::DoNotOptimize(zelvo::config::checkEmailAddress(address));
+  for (auto _ : state) benchmark::DoNotOptimize(zelvo::checkEmailAddress(address));
 }
 BENCHMARK(BM_AddressCheck)->Arg(0)->Arg(1);
 

@@ -1,7 +1,7 @@
 #include "config/SenderSettings.h"
 
 #include "base/HResultException.h"
-#include "config/AddressCheck.h"
+#include "base/AddressCheck.h"
 #include "config/StoreAllocators.h"
 
 namespace zelvo {

@@ -2,12 +2,11 @@
 
 #include <cstdio>
 #include <memory>
-#include <mutex>
 #include <vector>
 
-#include <boost/regex.hpp>
 #include <boost/tokenizer.hpp>
 
+#include "base/AddressCheck.h"
 #include "sieve/SieveTables.h"
 #include "strings/Localization.h"
 
@@ -106,22 +105,6 @@ std::wstring sizeText(std::uint32_t bytes) {
     ++divisions;
   }
   return std::to_wstring(value) + L" " + units[divisions];
-}
-
-bool isEmailAddress(const std::wstring& text) {
-  static std::mutex lock;
-  static std::unique_ptr<boost::wregex> expression;
-  const boost::wregex* compiled;
-  {
-    std::lock_guard<std::mutex> guard(lock);
-    if (!expression) {
-      const std::wstring atom = L"[a-zA-Z0-9!#\\$%&\\'\\*\\+\\-\\/=\\?\\^_\\`\\{\\|\\}~]+";
-      const std::wstring dotted = atom + L"(\\." + atom + L")*";
-      expression.reset(new boost::wregex(dotted + L"@" + dotted + L"(\\.[a-zA-Z]{2,10})?", boost::regex::perl));
-    }
-    compiled = expression.get();
-  }
-  return boost::regex_match(text, *compiled);
 }
 
 std::string markupToRtf(const std::wstring& markup, unsigned codePage) {
@@ -326,7 +309,7 @@ std::wstring RuleDescriber::ruleSentence(SieveRule* rule) {
     case RuleKind::Redirect: {
       std::wstring joined;
       for (const std::wstring& token : details::addressTokens(rule->argument)) {
-        if (!isEmailAddress(token)) continue;
+        if (zelvo::checkEmailAddress(token) != S_OK) continue;
         if (!joined.empty()) joined += L"; ";
         joined += token;
       }

@@ -54,9 +54,6 @@ std::wstring folderDisplayPath(const std::wstring& path, const FolderNameTransla
 // "%lu %s": bytes, or kB or MB after up to two divisions by 1024 while above 10240.
 std::wstring sizeText(std::uint32_t bytes);
 
-// Whether the whole text is an e-mail address by the product's address expression.
-bool isEmailAddress(const std::wstring& text);
-
 // The mark-up of a description as rich text, under the header and colour table that the
 // description control expects; codePage goes into the header.
 std::string markupToRtf(const std::wstring& markup, unsigned codePage);

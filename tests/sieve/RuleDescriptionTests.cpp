@@ -283,18 +283,6 @@ TEST(RuleDescription, FolderDisplayPaths) {
   }
 }
 
-TEST(RuleDescription, EmailAddressCheck) {
-  const std::pair<const wchar_t*, bool> cases[] = {
-      {L"a@x.org", true},  {L"first.last@sub.example.com", true}, {L"a@localhost", true},
-      {L"o'neil+tag@x.org", true}, {L"", false}, {L"@x.org", false}, {L"a@", false}, {L"a b@x.org", false},
-      {L"a..b@x.org", false}, {L"a@x.org.", false},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.first);
-    EXPECT_EQ(isEmailAddress(c.first), c.second);
-  }
-}
-
 TEST(RuleDescription, RtfHeaderAndColourTableAreExact) {
   EXPECT_EQ(markupToRtf(L"x", 1252),
             "{\\rtf1\\ansi\\ansicpg1252\\deff0{\\fonttbl{\\f0\\fswiss{\\*\\fname Arial;}Arial Unicode MS;}}"

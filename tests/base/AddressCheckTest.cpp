@@ -4,10 +4,10 @@
 #include <thread>
 #include <vector>
 
-#include "config/AddressCheck.h"
+#include "base/AddressCheck.h"
 #include "testing/TestEnvironment.h"
 
-using zelvo::config::checkEmailAddress;
+using zelvo::checkEmailAddress;
 
 namespace {
 

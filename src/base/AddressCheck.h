@@ -1,5 +1,5 @@
-// The product's one test of whether a text is an e-mail address, shared by the sender
-// settings and the delegate dialog.
+// The product's one test of whether a text is an e-mail address, shared by the rule
+// descriptions, the sender settings and the delegate dialog.
 #pragma once
 
 #include <string>
@@ -7,7 +7,6 @@
 #include "platform/Win32.h"
 
 namespace zelvo {
-namespace config {
 
 // S_OK when the whole text is an address, S_FALSE when it is not. The expression is
 // built on the first call; a failure to build or run it is answered as E_OUTOFMEMORY
@@ -17,5 +16,4 @@ namespace config {
 // label counts no more than any other: "a@b" is an address.
 HRESULT checkEmailAddress(const std::wstring& text);
 
-}  // namespace config
 }  // namespace zelvo

@@ -1,4 +1,4 @@
-#include "config/AddressCheck.h"
+#include "base/AddressCheck.h"
 
 #include <memory>
 #include <mutex>
@@ -8,7 +8,6 @@
 #include <boost/regex.hpp>
 
 namespace zelvo {
-namespace config {
 namespace {
 
 const boost::wregex& addressExpression() {
@@ -37,5 +36,4 @@ HRESULT checkEmailAddress(const std::wstring& text) {
   }
 }
 
-}  // namespace config
 }  // namespace zelvo
