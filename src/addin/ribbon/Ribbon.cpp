@@ -5,6 +5,8 @@
 #include <regex>
 #include <unordered_map>
 
+#include "base/HResultException.h"
+#include "strings/Localization.h"
 #include "strings/StringIds.h"
 
 namespace zelvo {
@@ -137,6 +139,16 @@ const RibbonControlInfo* findRibbonControlInfo(int number) {
   return &kControlInfo[number];
 }
 
+std::optional<std::wstring> getRibbonControlText(int number, RibbonText which) {
+  const RibbonControlInfo* info = findRibbonControlInfo(number);
+  if (!info) return std::nullopt;
+  const unsigned id = which == RibbonText::kLabel       ? info->label
+                      : which == RibbonText::kScreenTip ? info->screenTip
+                                                        : info->superTip;
+  if (id == 0) return std::nullopt;
+  return Localization::getString(id);
+}
+
 int findRibbonCallbackDispid(std::wstring_view name) {
   for (int i = 0; i < kRibbonCallbackCount; ++i) {
     if (equalsIgnoringCase(name, kCallbackNames[i])) return i + 1;
@@ -160,6 +172,21 @@ RibbonXmlResource selectRibbonXml(std::wstring_view ribbonId, bool ribbonAllowed
   if (ribbonId == L"Microsoft.Outlook.Explorer") return kExplorerRibbonXml;
   if (!isReadInspectorRibbonId(ribbonId)) return kNoRibbonXml;
   return hostMajorVersion >= 14 ? kInspectorRibbonXml : kOldInspectorRibbonXml;
+}
+
+void getCustomUi(std::wstring_view ribbonId, bool ribbonAllowed, int hostMajorVersion, BSTR* xml) {
+  if (!xml) ZEL_HERE.raise(E_POINTER);
+  const RibbonXmlResource resource = selectRibbonXml(ribbonId, ribbonAllowed, hostMajorVersion);
+  if (resource == kNoRibbonXml) {
+    *xml = nullptr;
+    return;
+  }
+  // The documents are ASCII (a test holds them to it), so each byte is one character.
+  const std::string_view bytes = getRibbonXml(resource);
+  const std::wstring text(bytes.begin(), bytes.end());
+  BSTR copy = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
+  if (!copy) ZEL_HERE.raise(E_OUTOFMEMORY);
+  *xml = copy;
 }
 
 bool isRibbonControlEnabled(int number, const RibbonControlState& state) {

@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Win32.h"
+
 namespace zelvo {
 namespace addin {
 
@@ -47,6 +49,11 @@ struct RibbonControlInfo {
 };
 // The row of a number, or null: a number without a row has no text and no image.
 const RibbonControlInfo* findRibbonControlInfo(int number);
+
+enum class RibbonText { kLabel, kScreenTip, kSuperTip };
+// A label or tip in the language in force; none for a number without that text, which
+// leaves the host's out value as it was.
+std::optional<std::wstring> getRibbonControlText(int number, RibbonText which);
 
 // The callbacks the XML names, with the dispids the host reaches them by.
 enum RibbonCallbackDispid : int {
@@ -95,6 +102,11 @@ bool isReadInspectorRibbonId(std::wstring_view ribbonId);
 
 // The bytes of a document as the module carries them; empty for another id.
 std::string_view getRibbonXml(int resourceId);
+
+// GetCustomUI's answer: the chosen document into *xml as a fresh string of the same length,
+// or null when the ribbon id gets none. Raises E_POINTER for a null xml and E_OUTOFMEMORY
+// when the copy cannot be made; *xml is left alone then.
+void getCustomUi(std::wstring_view ribbonId, bool ribbonAllowed, int hostMajorVersion, BSTR* xml);
 
 // What the host and the stores say about the window a control sits in, gathered by the
 // callbacks before the rules below are applied.
