@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "addin/ribbon/Ribbon.h"
+#include "base/HResultException.h"
 #include "strings/Localization.h"
 
 namespace {
@@ -139,6 +140,84 @@ TEST(RibbonControlInfo, EveryTextIdHasAnEnglishText) {
   for (int number : {4, 5, 6, 7, 8, 9, 10}) {
     const RibbonControlInfo* info = findRibbonControlInfo(number);
     EXPECT_NE(Localization::getString(info->superTip), Localization::getString(info->label)) << number;
+  }
+}
+
+TEST(RibbonControlText, LabelsAndTipsInTheLanguageInForceAndNoneWhereThereIsNoText) {
+  const Localization::TableTranslator other({{16001, L"Onglet"}, {11103, L"Conseil"}});
+  Localization::setTranslator(&other);
+  const auto tabLabel = getRibbonControlText(kTabZelvoHub, RibbonText::kLabel);
+  const auto superTip = getRibbonControlText(kBtnIsSpam, RibbonText::kSuperTip);
+  Localization::setTranslator(nullptr);
+  EXPECT_EQ(tabLabel, std::optional<std::wstring>(L"Onglet"));
+  EXPECT_EQ(superTip, std::optional<std::wstring>(L"Conseil"));
+  // A button's screen tip is its label's text.
+  const auto label = getRibbonControlText(kBtnIsSpam, RibbonText::kLabel);
+  ASSERT_TRUE(label.has_value());
+  EXPECT_EQ(*label, L"Mark as Spam");
+  EXPECT_EQ(getRibbonControlText(kBtnIsSpam, RibbonText::kScreenTip), label);
+
+  // Tabs and groups have labels only; numbers without a row have nothing.
+  for (int number : {0, 1, 2, 3}) {
+    EXPECT_TRUE(getRibbonControlText(number, RibbonText::kLabel).has_value()) << number;
+    EXPECT_FALSE(getRibbonControlText(number, RibbonText::kScreenTip).has_value()) << number;
+    EXPECT_FALSE(getRibbonControlText(number, RibbonText::kSuperTip).has_value()) << number;
+  }
+  for (int number : {-1, 11, 12}) {
+    for (RibbonText which : {RibbonText::kLabel, RibbonText::kScreenTip, RibbonText::kSuperTip}) {
+      EXPECT_FALSE(getRibbonControlText(number, which).has_value()) << number;
+    }
+  }
+}
+
+// Owns a BSTR out value for the test.
+struct BstrOut {
+  BSTR value = nullptr;
+  ~BstrOut() { SysFreeString(value); }
+};
+
+TEST(RibbonGetCustomUi, TheChosenDocumentGoesOutAsAFreshStringOfTheSameLength) {
+  const struct {
+    const wchar_t* ribbonId;
+    bool allowed;
+    int version;
+    int document;
+  } cases[] = {
+      {L"Microsoft.Outlook.Explorer", true, 16, 15000},
+      {L"Microsoft.Outlook.Mail.Read", true, 14, 15001},
+      {L"Microsoft.Outlook.Mail.Read", true, 12, 15002},
+      {L"Microsoft.Outlook.Mail.Compose", true, 16, 0},
+      {L"Microsoft.Outlook.Explorer", false, 16, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(narrow(c.ribbonId) + " " + std::to_string(c.document));
+    BstrOut first, second;
+    // Whatever the caller left in the out value is replaced, by null when there is no document.
+    first.value = SysAllocStringLen(L"stale", 5);
+    BSTR stale = first.value;
+    getCustomUi(c.ribbonId, c.allowed, c.version, &first.value);
+    SysFreeString(stale);
+    if (c.document == 0) {
+      EXPECT_EQ(first.value, nullptr);
+      continue;
+    }
+    ASSERT_NE(first.value, nullptr);
+    const std::string_view bytes = getRibbonXml(c.document);
+    ASSERT_EQ(SysStringLen(first.value), bytes.size());
+    EXPECT_EQ(narrow(std::wstring_view(first.value, SysStringLen(first.value))), bytes);
+    getCustomUi(c.ribbonId, c.allowed, c.version, &second.value);
+    EXPECT_NE(first.value, second.value) << "each call gets a copy of its own";
+  }
+}
+
+TEST(RibbonGetCustomUi, ANullOutPointerRaisesEPointerEvenWithoutADocument) {
+  for (bool allowed : {true, false}) {
+    try {
+      getCustomUi(L"Microsoft.Outlook.Explorer", allowed, 16, nullptr);
+      ADD_FAILURE() << "no exception";
+    } catch (const HResultException& e) {
+      EXPECT_EQ(e.getHResult(), E_POINTER);
+    }
   }
 }
 
