@@ -1,7 +1,6 @@
 #include <climits>
 #include <ostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -70,25 +69,6 @@ TEST(RibbonControlId, NumbersWithoutANameGiveNull) {
     SCOPED_TRACE(number);
     EXPECT_EQ(getRibbonControlName(number), nullptr);
     EXPECT_EQ(findRibbonControlInfo(number), nullptr);
-  }
-}
-
-TEST(RibbonControlId, FirstLookupsFromManyThreadsAgree) {
-  // The tables are built at the first ask; racing first asks must all see whole tables.
-  std::vector<std::thread> threads;
-  std::vector<int> numbers(8, -2);
-  std::vector<const wchar_t*> names(8, nullptr);
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    threads.emplace_back([&, i] {
-      numbers[i] = getRibbonControlId(L"btnDelegation");
-      names[i] = getRibbonControlName(kBtnDelegation);
-    });
-  }
-  for (auto& t : threads) t.join();
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    EXPECT_EQ(numbers[i], kBtnDelegation);
-    ASSERT_NE(names[i], nullptr);
-    EXPECT_STREQ(names[i], L"btnDelegation");
   }
 }
 

@@ -1,7 +1,6 @@
 #include "addin/ribbon/Ribbon.h"
 
 #include <array>
-#include <cwctype>
 #include <regex>
 #include <unordered_map>
 
