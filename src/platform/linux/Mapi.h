@@ -13,6 +13,14 @@ typedef const IID* LPCIID;
 
 #define MAPI_DIM 1
 
+// Defined in platform/MapiGuids.cpp.
+extern "C" const IID IID_IMAPISession;
+extern "C" const IID IID_IMAPITable;
+extern "C" const IID IID_IMAPIProp;
+extern "C" const IID IID_IMsgStore;
+extern "C" const IID IID_IMAPIContainer;
+extern "C" const IID IID_IMAPIFolder;
+
 // The three memory functions and their pointer types. A block from MAPIAllocateMore
 // belongs to its root and is freed with it; it must never be freed on its own.
 typedef SCODE(STDMETHODCALLTYPE ALLOCATEBUFFER)(ULONG cbSize, LPVOID* lppBuffer);

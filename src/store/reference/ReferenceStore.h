@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "base/ComRef.h"
 #include "store/StoreInterfaces.h"
 #include "store/reference/Mailbox.h"
 
@@ -71,10 +72,10 @@ class Store {
   // New references. The store's one IGlobalConfig; a folder's IFolderConfig (raises
   // MAPI_E_NOT_FOUND for an unknown path); MAPI objects whose OpenProperty of
   // kConfigPropertyTag gives those.
-  IGlobalConfig* globalConfig();
-  IFolderConfig* folderConfig(const std::wstring& path);
-  IMAPIProp* mapiStore();
-  IMAPIProp* mapiFolder(const std::wstring& path);
+  ComRef<IGlobalConfig> globalConfig();
+  ComRef<IFolderConfig> folderConfig(const std::wstring& path);
+  ComRef<IMAPIProp> mapiStore();
+  ComRef<IMAPIProp> mapiFolder(const std::wstring& path);
 
  private:
   std::shared_ptr<StoreState> state_;
