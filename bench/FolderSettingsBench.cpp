@@ -30,25 +30,23 @@ ReferenceStore::Mailbox mailboxWith(int grantees) {
 
 void BM_FolderSettingsReset(benchmark::State& state) {
   ReferenceStore::Store store(mailboxWith(static_cast<int>(state.range(0))));
-  IFolderConfig* folder = store.folderConfig(L"INBOX");
+  const ComRef<IFolderConfig> folder = store.folderConfig(L"INBOX");
   for (auto _ : state) {
     zelvo::config::FolderSettings settings;
-    settings.readFeatures(folder);
-    settings.reset(folder);
+    settings.readFeatures(folder.get());
+    settings.reset(folder.get());
     benchmark::DoNotOptimize(settings.dirty());
   }
-  folder->Release();
 }
 BENCHMARK(BM_FolderSettingsReset)->Arg(10)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 
 void BM_FolderSettingsApply(benchmark::State& state) {
   ReferenceStore::Store store(mailboxWith(static_cast<int>(state.range(0))));
-  IFolderConfig* folder = store.folderConfig(L"INBOX");
+  const ComRef<IFolderConfig> folder = store.folderConfig(L"INBOX");
   zelvo::config::FolderSettings settings;
-  settings.readFeatures(folder);
-  settings.reset(folder);
-  for (auto _ : state) settings.apply(folder);
-  folder->Release();
+  settings.readFeatures(folder.get());
+  settings.reset(folder.get());
+  for (auto _ : state) settings.apply(folder.get());
 }
 BENCHMARK(BM_FolderSettingsApply)->Arg(10)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/Win32.h"
-#include "streams/ComRef.h"
+#include "base/ComRef.h"
 
 namespace zelvo {
 namespace addin {

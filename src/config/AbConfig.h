@@ -5,11 +5,9 @@
 #pragma once
 
 #include "base/CLock.h"
+#include "base/ComRef.h"
+#include "base/Iui.h"
 #include "store/StoreInterfaces.h"
-#include "streams/ComRef.h"
-#include "streams/Iui.h"
-
-ZEL_IUI_INTERFACE(IAbConfig, IID_IAbConfig)
 
 namespace zelvo {
 namespace config {

@@ -10,7 +10,7 @@
 #include "store/AddInInterfaces.h"
 #include "store/MapiAlloc.h"
 #include "store/StoreInterfaces.h"
-#include "streams/ComRef.h"
+#include "base/ComRef.h"
 
 namespace zelvo {
 namespace config {

@@ -7,7 +7,7 @@
 
 #include "store/AddInInterfaces.h"
 #include "store/StoreInterfaces.h"
-#include "streams/ComRef.h"
+#include "base/ComRef.h"
 
 namespace zelvo {
 namespace config {

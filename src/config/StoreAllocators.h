@@ -4,7 +4,7 @@
 
 #include "store/MapiAlloc.h"
 #include "store/StoreConfig.h"
-#include "streams/ComRef.h"
+#include "base/ComRef.h"
 
 namespace zelvo {
 namespace config {

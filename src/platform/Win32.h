@@ -25,6 +25,7 @@
 #include "platform/linux/Types.h"
 #include "platform/linux/ResultCodes.h"
 #include "platform/linux/Com.h"
+#include "platform/linux/Automation.h"
 #include "platform/linux/Kernel.h"
 #include "platform/linux/Registry.h"
 #include "platform/linux/TimeZone.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "store/StoreMapi.h"
+#include "platform/Mapi.h"
 
 #ifndef _WIN32
 struct IDispatch;

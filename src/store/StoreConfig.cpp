@@ -1,5 +1,6 @@
 #include "store/StoreConfig.h"
 
+#include "base/ComRef.h"
 #include "base/HResultException.h"
 
 namespace {
@@ -7,30 +8,22 @@ namespace {
 template <class Config>
 void openConfig(IMAPIProp* object, const IID& iid, Config** out) {
   if (!object || !out || *out) ZEL_HERE.raise(E_INVALIDARG);
-  IUnknown* unknown = nullptr;
-  ZEL_CHECK(object->OpenProperty(kConfigPropertyTag, &IID_IUnknown, 0, 0, &unknown));
+  ComRef<IUnknown> unknown;
+  ZEL_CHECK(object->OpenProperty(kConfigPropertyTag, &IID_IUnknown, 0, 0, unknown.put()));
   if (!unknown) ZEL_HERE.raise(E_UNEXPECTED);
-  void* config = nullptr;
-  const HRESULT hr = unknown->QueryInterface(iid, &config);
-  unknown->Release();
-  ZEL_CHECK(hr);
-  if (!config) ZEL_HERE.raise(E_NOINTERFACE);
-  *out = static_cast<Config*>(config);
+  *out = unknown.as<Config>(iid).detach();
 }
 
 template <class Config>
 void allocatorFrom(Config* config, IStoreAllocator** out) {
   if (!config || !out) ZEL_HERE.raise(E_INVALIDARG);
-  IUnknown* unknown = nullptr;
-  ZEL_CHECK(config->getAllocator(&unknown));
+  ComRef<IUnknown> unknown;
+  ZEL_CHECK(config->getAllocator(unknown.put()));
   if (!unknown) ZEL_HERE.raise(E_UNEXPECTED);
-  void* allocator = nullptr;
-  const HRESULT hr = unknown->QueryInterface(IID_IStoreAllocator, &allocator);
-  unknown->Release();
-  ZEL_CHECK(hr);
-  if (!allocator) ZEL_HERE.raise(E_NOINTERFACE);
-  if (*out) (*out)->Release();
-  *out = static_cast<IStoreAllocator*>(allocator);
+  ComRef<IStoreAllocator> allocator = unknown.as<IStoreAllocator>(IID_IStoreAllocator);
+  // What the out held before is given up only once the new one is there.
+  const ComRef<IStoreAllocator> previous = ComRef<IStoreAllocator>::adopt(*out);
+  *out = allocator.detach();
 }
 
 }  // namespace

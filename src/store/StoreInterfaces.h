@@ -10,7 +10,8 @@
 // with its strings chained to it. A null string reads as empty.
 #pragma once
 
-#include "store/StoreMapi.h"
+#include "base/Iui.h"
+#include "platform/Mapi.h"
 
 // Property tag of the configuration object on a store or folder of the product.
 constexpr ULONG kConfigPropertyTag = 0xAF15000Du;
@@ -168,3 +169,9 @@ struct IFolderConfig : public IUnknown {
  protected:
   ~IFolderConfig() = default;
 };
+
+ZEL_IUI_INTERFACE(IMAPIProp, IID_IMAPIProp)
+ZEL_IUI_INTERFACE(IStoreAllocator, IID_IStoreAllocator)
+ZEL_IUI_INTERFACE(IAbConfig, IID_IAbConfig)
+ZEL_IUI_INTERFACE(IGlobalConfig, IID_IGlobalConfig)
+ZEL_IUI_INTERFACE(IFolderConfig, IID_IFolderConfig)

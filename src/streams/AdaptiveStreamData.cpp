@@ -1,20 +1,17 @@
 #include "streams/AdaptiveStreamData.h"
 
+#include "base/ComBoundary.h"
 #include "streams/MemoryStreamData.h"
 #include "streams/TempFileStreamData.h"
 
 HRESULT AdaptiveStreamData::create(DWORD flags, const CLock* sharedLock, IStreamData** out, DWORD threshold) {
-  try {
+  return zelvo::comBoundary([&] {
     if (!out) ZEL_HERE.raise(E_POINTER);
     auto data = ComRef<AdaptiveStreamData>::adopt(new AdaptiveStreamData(sharedLock, threshold));
     ZEL_CHECK(data->setFlags(flags, nullptr));
     *out = data.detach();
     return S_OK;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 AdaptiveStreamData::AdaptiveStreamData(const CLock* sharedLock, DWORD threshold)
@@ -65,37 +62,31 @@ void AdaptiveStreamData::prepareForEnd(ULONGLONG end) {
 
 HRESULT AdaptiveStreamData::read(void* buffer, ULONG count, ULONGLONG offset, ULONG* bytesRead) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     ensureInner();
     ZEL_FORWARD(inner_->read(buffer, count, offset, bytesRead));
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT AdaptiveStreamData::write(const void* buffer, ULONG count, ULONGLONG offset, ULONG* bytesWritten) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     prepareForEnd(offset + count);
     ZEL_FORWARD(inner_->write(buffer, count, offset, bytesWritten));
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT AdaptiveStreamData::lockRegion(ULONGLONG offset, ULONGLONG length, DWORD lockType) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     prepareForEnd(offset + length);
     ZEL_FORWARD(inner_->lockRegion(offset, length, lockType));
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT AdaptiveStreamData::setSize(ULONGLONG newSize) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     if (!inner_) {
       createData(newSize >= threshold_ ? KindTempFile : KindMemory, false);
     } else {
@@ -105,68 +96,54 @@ HRESULT AdaptiveStreamData::setSize(ULONGLONG newSize) {
       if (newSize < threshold_ / 2 && kind_ == KindTempFile) createData(KindMemory, true);
     }
     ZEL_FORWARD(inner_->setSize(newSize));
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT AdaptiveStreamData::commit(DWORD flags) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     ensureInner();
     ZEL_FORWARD(inner_->commit(flags));
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT AdaptiveStreamData::revert() {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     ensureInner();
     ZEL_FORWARD(inner_->revert());
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT AdaptiveStreamData::unlockRegion(ULONGLONG offset, ULONGLONG length, DWORD lockType) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     ensureInner();
     ZEL_FORWARD(inner_->unlockRegion(offset, length, lockType));
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT AdaptiveStreamData::_stat64(STATSTG* stat, DWORD statFlag) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     ensureInner();
     ZEL_FORWARD(inner_->_stat64(stat, statFlag));
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT AdaptiveStreamData::getSize(ULONGLONG* size) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     ensureInner();
     ZEL_FORWARD(inner_->getSize(size));
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT AdaptiveStreamData::setFlags(DWORD newFlags, DWORD* oldFlags) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     ZEL_CHECK(BaseStreamData::setFlags(newFlags, oldFlags));
     if (inner_) ZEL_CHECK(inner_->setFlags(newFlags, nullptr));
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }

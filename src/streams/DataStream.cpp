@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/ComBoundary.h"
 #include "streams/AdaptiveStreamData.h"
 #include "streams/MemoryStreamData.h"
 #include "streams/StreamWrappers.h"
@@ -54,21 +55,17 @@ void DataStream::finalRelease() {
 }
 
 HRESULT DataStream::wrap(IStreamData* data, IStream** out, DWORD flags, ULONGLONG position, const CLock* sharedLock) {
-  try {
+  return zelvo::comBoundary([&] {
     if (!out) ZEL_HERE.raise(E_POINTER);
     auto* stream = new DataStream(flags, data, position, sharedLock);
     *out = stream;
     return S_OK;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT DataStream::create(bool commitOnRelease, IStreamData* data, const CLock* lock, IStream** out,
                            const void* initData, ULONG initSize) {
-  try {
+  return zelvo::comBoundary([&] {
     if (!data) ZEL_HERE.raise(E_INVALIDARG);
     if (!out) ZEL_HERE.raise(E_POINTER);
     auto stream = ComRef<DataStream>::adopt(
@@ -76,28 +73,20 @@ HRESULT DataStream::create(bool commitOnRelease, IStreamData* data, const CLock*
     stream->init(initData, initSize);
     *out = stream.detach();
     return S_OK;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 template <class Backend>
 HRESULT DataStream::create(bool readOnly, bool autoCommit, bool commitOnRelease, IStream** out, const void* initData,
                            ULONG initSize) {
-  try {
+  return zelvo::comBoundary([&] {
     const CLock lock(true);
     const DWORD flags = (readOnly ? STREAMDATA_READONLY : 0) | (autoCommit ? STREAMDATA_AUTOCOMMIT : 0);
     ComRef<IStreamData> data;
     ZEL_CHECK(createBackend<Backend>(flags, &lock, data.put()));
     ZEL_CHECK(create(commitOnRelease, data.get(), &lock, out, initData, initSize));
     return S_OK;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 template HRESULT DataStream::create<MemoryStreamData>(bool, bool, bool, IStream**, const void*, ULONG);
@@ -147,7 +136,7 @@ HRESULT DataStream::Write(const void* pv, ULONG cb, ULONG* pcbWritten) {
 
 HRESULT DataStream::Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER* plibNewPosition) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     const LONGLONG move = dlibMove.QuadPart;
     ULONGLONG base = 0;
     switch (dwOrigin) {
@@ -170,9 +159,7 @@ HRESULT DataStream::Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin, ULARGE_INTEGER*
     }
     if (plibNewPosition) plibNewPosition->QuadPart = position_;
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 // These go straight to the data, which takes the shared lock itself.
@@ -189,7 +176,7 @@ HRESULT DataStream::Stat(STATSTG* pstatstg, DWORD grfStatFlag) { return data_->_
 
 HRESULT DataStream::CopyTo(IStream* pstm, ULARGE_INTEGER cb, ULARGE_INTEGER* pcbRead, ULARGE_INTEGER* pcbWritten) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     if (!pstm) ZEL_HERE.raise(STG_E_INVALIDPOINTER);
     if (pcbRead) pcbRead->QuadPart = 0;
     if (pcbWritten) pcbWritten->QuadPart = 0;
@@ -208,11 +195,7 @@ HRESULT DataStream::CopyTo(IStream* pstm, ULARGE_INTEGER cb, ULARGE_INTEGER* pcb
       if (pcbWritten) pcbWritten->QuadPart += written;
     }
     return S_OK;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT DataStream::Clone(IStream** ppstm) {

@@ -9,8 +9,8 @@
 
 #include "base/CLock.h"
 #include "base/HResultException.h"
-#include "streams/ComRef.h"
-#include "streams/Iui.h"
+#include "base/ComRef.h"
+#include "base/Iui.h"
 #include "streams/Thread.h"
 
 extern "C" const IID IID_IClientManip;

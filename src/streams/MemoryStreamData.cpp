@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/ComBoundary.h"
 #include "streams/StatFill.h"
 
 namespace {
@@ -10,17 +11,13 @@ constexpr ULONGLONG kMaxBlock = 0x100000000ull;
 }  // namespace
 
 HRESULT MemoryStreamData::create(DWORD flags, const CLock* sharedLock, IStreamData** out) {
-  try {
+  return zelvo::comBoundary([&] {
     if (!out) ZEL_HERE.raise(E_POINTER);
     auto data = ComRef<MemoryStreamData>::adopt(new MemoryStreamData(sharedLock));
     ZEL_CHECK(data->setFlags(flags, nullptr));
     *out = data.detach();
     return S_OK;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 MemoryStreamData::MemoryStreamData(const CLock* sharedLock) : BaseStreamData(sharedLock) {
@@ -62,7 +59,7 @@ void MemoryStreamData::allocate(ULONGLONG newCapacity) {
 
 HRESULT MemoryStreamData::read(void* buffer, ULONG count, ULONGLONG offset, ULONG* bytesRead) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     if (!buffer) ZEL_HERE.raise(STG_E_INVALIDPOINTER);
     ULONG done = 0;
     if (offset < size_) {
@@ -72,14 +69,12 @@ HRESULT MemoryStreamData::read(void* buffer, ULONG count, ULONGLONG offset, ULON
     accessed_ = now();
     if (bytesRead) *bytesRead = done;
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT MemoryStreamData::write(const void* buffer, ULONG count, ULONGLONG offset, ULONG* bytesWritten) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     if (!buffer) ZEL_HERE.raise(STG_E_INVALIDPOINTER);
     if (readOnly()) ZEL_HERE.raise(STG_E_ACCESSDENIED);
     const ULONGLONG end = offset + count;
@@ -99,14 +94,12 @@ HRESULT MemoryStreamData::write(const void* buffer, ULONG count, ULONGLONG offse
     modified_ = accessed_ = now();
     autoCommit();
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT MemoryStreamData::setSize(ULONGLONG newSize) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     if (readOnly()) ZEL_HERE.raise(STG_E_ACCESSDENIED);
     if (newSize <= capacity_) {
       size_ = newSize;
@@ -118,9 +111,7 @@ HRESULT MemoryStreamData::setSize(ULONGLONG newSize) {
     modified_ = accessed_ = now();
     autoCommit();
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT MemoryStreamData::commit(DWORD) {
@@ -145,12 +136,10 @@ HRESULT MemoryStreamData::unlockRegion(ULONGLONG, ULONGLONG, DWORD) { return STG
 
 HRESULT MemoryStreamData::_stat64(STATSTG* stat, DWORD statFlag) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     details::fillStat(stat, statFlag, size_, modified_, created_, accessed_);
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT MemoryStreamData::getSize(ULONGLONG* size) {

@@ -1,5 +1,6 @@
 #include "streams/OutOfThreadCaller.h"
 
+#include "base/ComBoundary.h"
 #include "base/HResultException.h"
 #include "base/Win32Error.h"
 
@@ -71,7 +72,7 @@ std::shared_ptr<CallingThread> CallingThreadPool::acquireThread() {
 }
 
 HRESULT CallingThreadPool::call(ICallee& callee) {
-  try {
+  return zelvo::comBoundary([&] {
     std::shared_ptr<CallingThread> thread = acquireThread();
     struct Release {
       CallingThreadPool& pool;
@@ -82,9 +83,7 @@ HRESULT CallingThreadPool::call(ICallee& callee) {
       }
     } release{*this, *thread};
     return thread->call(&callee);
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 size_t CallingThreadPool::threadCount() {

@@ -1,11 +1,9 @@
 #include "streams/RichTextConvertor.h"
 
-#include <exception>
-#include <new>
-
+#include "base/ComBoundary.h"
+#include "base/ComRef.h"
 #include "base/HResultException.h"
 #include "base/SizeCast.h"
-#include "streams/ComRef.h"
 #include "streams/DataStream.h"
 #include "streams/StreamUtils.h"
 
@@ -28,18 +26,6 @@ ComRef<IStream> makeStream() {
   return stream;
 }
 
-HRESULT codeOfCurrentException() {
-  try {
-    throw;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (...) {
-    return E_FAIL;
-  }
-}
-
 DWORD CALLBACK readCallback(DWORD_PTR cookie, LPBYTE buffer, LONG size, LONG* count) {
   *count = 0;
   IStream* stream = *reinterpret_cast<IStream**>(cookie);
@@ -54,7 +40,7 @@ DWORD CALLBACK streamOutChunk(DWORD_PTR cookie, LPBYTE buffer, LONG size, LONG* 
   using namespace details;
   *count = 0;
   auto* state = reinterpret_cast<StreamOutState*>(cookie);
-  try {
+  return static_cast<DWORD>(zelvo::comBoundary([&] {
     if (state->insertFromText) {
       std::string chunk(reinterpret_cast<const char*>(buffer), static_cast<std::size_t>(size));
       if (chunk.compare(0, rtfHeaderWord().size(), rtfHeaderWord()) == 0) {
@@ -69,14 +55,12 @@ DWORD CALLBACK streamOutChunk(DWORD_PTR cookie, LPBYTE buffer, LONG size, LONG* 
           // The control counts what it gave, not what the mark added.
           if (SUCCEEDED(hr)) *count -= static_cast<LONG>(fromText.size());
           state->insertFromText = false;
-          return static_cast<DWORD>(hr);
+          return hr;
         }
       }
     }
-    return static_cast<DWORD>(state->stream->Write(buffer, static_cast<ULONG>(size), reinterpret_cast<ULONG*>(count)));
-  } catch (...) {
-    return static_cast<DWORD>(codeOfCurrentException());
-  }
+    return state->stream->Write(buffer, static_cast<ULONG>(size), reinterpret_cast<ULONG*>(count));
+  }));
 }
 
 }  // namespace richTextDetail
@@ -91,7 +75,7 @@ void raiseStreamError(const EDITSTREAM& edit) {
 }  // namespace details
 
 HRESULT RichTextConvertor::streamIn(HWND window, const std::string& text, DWORD flags) {
-  try {
+  return zelvo::comBoundary([&] {
     ComRef<IStream> stream = details::makeStream();
     streamUtils::detail::writeStr(stream.get(), text);
     streamUtils::rewind(stream.get());
@@ -103,14 +87,11 @@ HRESULT RichTextConvertor::streamIn(HWND window, const std::string& text, DWORD 
     edit.pfnCallback = details::readCallback;
     SendMessageW(window, EM_STREAMIN, flags, reinterpret_cast<LPARAM>(&edit));
     details::raiseStreamError(edit);
-    return S_OK;
-  } catch (...) {
-    return details::codeOfCurrentException();
-  }
+  });
 }
 
 HRESULT RichTextConvertor::streamOut(HWND window, std::string& text, DWORD flags, bool fromText) {
-  try {
+  return zelvo::comBoundary([&] {
     const DWORD streamFlags = flags & ~static_cast<DWORD>(0x10);  // the caller's flags decide fromText
     ComRef<IStream> stream = details::makeStream();
     richTextDetail::StreamOutState state{stream.get(), fromText && (flags & SF_RTF) != 0};
@@ -126,8 +107,5 @@ HRESULT RichTextConvertor::streamOut(HWND window, std::string& text, DWORD flags
     text.assign(static_cast<std::size_t>(size) + 1, '\0');
     ULONG read = 0;
     ZEL_CHECK(stream->Read(&text[0], size, &read));
-    return S_OK;
-  } catch (...) {
-    return details::codeOfCurrentException();
-  }
+  });
 }

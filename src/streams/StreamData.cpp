@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 
+#include "base/ComBoundary.h"
 #include "base/Win32Error.h"
 
 extern "C" const IID IID_IStreamData = {0x97162CEC, 0x9C4F, 0x477A, {0x94, 0xF3, 0x63, 0xA2, 0x80, 0xCD, 0x69, 0x81}};
@@ -11,17 +12,13 @@ extern "C" const IID IID_IStreamDataCallbacks = {0xD1403CF2, 0x6F64, 0x41D9,
                                                  {0xA1, 0xA3, 0x29, 0x85, 0xC9, 0x14, 0x91, 0xB7}};
 
 HRESULT StreamDataCallbackManager::registerCallback(IStreamDataCallbacks* callbacks, DWORD* cookie) {
-  try {
+  return zelvo::comBoundary([&] {
     if (!callbacks) ZEL_HERE.raise(E_INVALIDARG);
     if (!cookie) ZEL_HERE.raise(E_POINTER);
     callbacks_.emplace(nextCookie_, ComRef<IStreamDataCallbacks>(callbacks));
     *cookie = nextCookie_++;
     return S_OK;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT StreamDataCallbackManager::unregisterCallback(DWORD cookie) {
@@ -97,7 +94,7 @@ constexpr ULONG kTransferSize = 1000000;
 }  // namespace
 
 HRESULT doCopyTo(IStreamData* source, IStreamData* destination) {
-  try {
+  return zelvo::comBoundary([&] {
     if (!source || !destination) ZEL_HERE.raise(E_INVALIDARG);
     ULONGLONG size = 0;
     ZEL_CHECK(source->getSize(&size));
@@ -115,11 +112,7 @@ HRESULT doCopyTo(IStreamData* source, IStreamData* destination) {
       position += std::min(got, written);
     }
     return S_OK;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 namespace Stream {

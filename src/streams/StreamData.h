@@ -9,8 +9,8 @@
 #include "base/CLock.h"
 #include "base/HResultException.h"
 #include "platform/Win32.h"
-#include "streams/ComRef.h"
-#include "streams/Iui.h"
+#include "base/ComRef.h"
+#include "base/Iui.h"
 
 extern "C" const IID IID_IStreamData;
 extern "C" const IID IID_IStreamDataCallbacks;

@@ -1,5 +1,6 @@
 #include "streams/TempFileStreamData.h"
 
+#include "base/ComBoundary.h"
 #include "base/Win32Error.h"
 #include "streams/StatFill.h"
 
@@ -35,18 +36,14 @@ detail::TemporaryFile* TempFileStreamData::ValidatedFilePtr::operator->() const 
 }
 
 HRESULT TempFileStreamData::create(DWORD flags, const CLock* sharedLock, IStreamData** out) {
-  try {
+  return zelvo::comBoundary([&] {
     if (!out) ZEL_HERE.raise(E_POINTER);
     auto data = ComRef<TempFileStreamData>::adopt(new TempFileStreamData(sharedLock));
     data->open();
     ZEL_CHECK(data->setFlags(flags, nullptr));
     *out = data.detach();
     return S_OK;
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 TempFileStreamData::TempFileStreamData(const CLock* sharedLock) : BaseStreamData(sharedLock) {}
@@ -68,7 +65,7 @@ void TempFileStreamData::seek(ULONGLONG offset) {
 
 HRESULT TempFileStreamData::read(void* buffer, ULONG count, ULONGLONG offset, ULONG* bytesRead) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     if (!buffer) ZEL_HERE.raise(STG_E_INVALIDPOINTER);
     seek(offset);
     DWORD done = 0;
@@ -76,14 +73,12 @@ HRESULT TempFileStreamData::read(void* buffer, ULONG count, ULONGLONG offset, UL
     if (!ReadFile(file()->handle(), buffer, count, &done, nullptr)) detail::TemporaryFile::raiseFromWin32(ZEL_HERE);
     if (bytesRead) *bytesRead = done;
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT TempFileStreamData::write(const void* buffer, ULONG count, ULONGLONG offset, ULONG* bytesWritten) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     if (!buffer) ZEL_HERE.raise(STG_E_INVALIDPOINTER);
     if (readOnly()) ZEL_HERE.raise(STG_E_ACCESSDENIED);
     seek(offset);
@@ -93,23 +88,19 @@ HRESULT TempFileStreamData::write(const void* buffer, ULONG count, ULONGLONG off
     if (bytesWritten) *bytesWritten = done;
     autoCommit();
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT TempFileStreamData::setSize(ULONGLONG newSize) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     if (readOnly()) ZEL_HERE.raise(STG_E_ACCESSDENIED);
     seek(newSize);
     if (!SetEndOfFile(file()->handle())) detail::TemporaryFile::raiseFromWin32(ZEL_HERE);
     dirty_ = true;
     autoCommit();
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT TempFileStreamData::commit(DWORD) {
@@ -129,7 +120,7 @@ HRESULT TempFileStreamData::unlockRegion(ULONGLONG, ULONGLONG, DWORD) { return S
 
 HRESULT TempFileStreamData::_stat64(STATSTG* stat, DWORD statFlag) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     if (!stat) ZEL_HERE.raise(STG_E_INVALIDPOINTER);
     if (statFlag != STATFLAG_DEFAULT && statFlag != STATFLAG_NONAME) ZEL_HERE.raise(STG_E_INVALIDFLAG);
     BY_HANDLE_FILE_INFORMATION info;
@@ -138,20 +129,16 @@ HRESULT TempFileStreamData::_stat64(STATSTG* stat, DWORD statFlag) {
     details::fillStat(stat, statFlag, size, details::fromFileTime(info.ftLastWriteTime),
                       details::fromFileTime(info.ftCreationTime), details::fromFileTime(info.ftLastAccessTime));
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }
 
 HRESULT TempFileStreamData::getSize(ULONGLONG* size) {
   CLockGuard guard(this);
-  try {
+  return zelvo::comBoundary([&] {
     if (!size) ZEL_HERE.raise(E_POINTER);
     LARGE_INTEGER bytes;
     if (!GetFileSizeEx(file()->handle(), &bytes)) detail::TemporaryFile::raiseFromWin32(ZEL_HERE);
     *size = static_cast<ULONGLONG>(bytes.QuadPart);
     return S_OK;
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  }
+  });
 }

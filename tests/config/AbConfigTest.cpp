@@ -231,7 +231,7 @@ TEST_F(AbConfigTest, ServiceThreadsCallingWhileTheAddInDetaches) {
   constexpr ULONG kAfter = 100;   // and at least this many after it has returned
 
   ReferenceStore::Store store;
-  storetest::Ref<IGlobalConfig> config(store.globalConfig());
+  ComRef<IGlobalConfig> config(store.globalConfig());
   auto addIn = std::make_unique<RecordingOwner>(log, lock);
   {
     ComRef<IAbConfig> ab;
@@ -246,7 +246,7 @@ TEST_F(AbConfigTest, ServiceThreadsCallingWhileTheAddInDetaches) {
   std::vector<std::thread> threads;
   for (ULONG t = 1; t <= kThreads; ++t)
     threads.emplace_back([&, t] {
-      ComRef<IAbConfig> ab = ComRef<IAbConfig>::adopt(store.abConfig());
+      ComRef<IAbConfig> ab = store.abConfig();
       if (!ab) {
         ++failures;
         made[t] = kBefore;
@@ -271,7 +271,7 @@ TEST_F(AbConfigTest, ServiceThreadsCallingWhileTheAddInDetaches) {
     CLockGuard guard(&lock);
     for (ULONG t = 1; t <= kThreads; ++t)
       while (started[t] == made[t] && failures == 0) std::this_thread::yield();
-    ComRef<IAbConfig> ab = ComRef<IAbConfig>::adopt(store.abConfig());
+    ComRef<IAbConfig> ab = store.abConfig();
     ASSERT_TRUE(ab);
     ab->detach();
     log.detached = true;

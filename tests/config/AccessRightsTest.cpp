@@ -142,7 +142,7 @@ ReferenceStore::Mailbox sharedMailbox() {
 class FolderAccessListTest : public storetest::StoreTest {
  protected:
   ReferenceStore::Store store{sharedMailbox()};
-  storetest::Ref<IFolderConfig> folder{store.folderConfig(L"INBOX")};
+  ComRef<IFolderConfig> folder{store.folderConfig(L"INBOX")};
   FolderAccessList list;
 
   void SetUp() override {

@@ -44,7 +44,7 @@ ReferenceStore::Mailbox delegationMailbox() {
 class DelegationListTest : public storetest::StoreTest {
  protected:
   ReferenceStore::Store store{delegationMailbox()};
-  storetest::Ref<IGlobalConfig> config{store.globalConfig()};
+  ComRef<IGlobalConfig> config{store.globalConfig()};
   Delegation list;
 
   // The ids of a list as the page walks it.

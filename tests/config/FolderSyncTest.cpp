@@ -119,7 +119,7 @@ ReferenceStore::Mailbox folderMailbox() {
 class FolderSettingsTest : public storetest::StoreTest {
  protected:
   ReferenceStore::Store store{folderMailbox()};
-  storetest::Ref<IFolderConfig> inbox{store.folderConfig(L"INBOX")};
+  ComRef<IFolderConfig> inbox{store.folderConfig(L"INBOX")};
   FolderSettings settings;
 
   ReferenceStore::MailboxFolder stored(const std::wstring& path) { return *store.mailbox().findFolder(path); }
@@ -182,7 +182,7 @@ TEST_F(FolderSettingsTest, APartialApplyKeepsDirtyAndTheNextApplyFinishes) {
 }
 
 TEST_F(FolderSettingsTest, WhatTheServiceDoesNotOfferIsNeitherReadNorWritten) {
-  storetest::Ref<IFolderConfig> contacts(store.folderConfig(L"Contacts"));
+  ComRef<IFolderConfig> contacts(store.folderConfig(L"Contacts"));
   settings.readFeatures(contacts.get());
   EXPECT_EQ(settings.access().isRecursiveHidden(), 0);
   store.failNext(Operation::GetAccessRights, E_FAIL);

@@ -46,7 +46,7 @@ ReferenceStore::Mailbox senderMailbox() {
 class SenderSettingsTest : public storetest::StoreTest {
  protected:
   ReferenceStore::Store store{senderMailbox()};
-  storetest::Ref<IGlobalConfig> config{store.globalConfig()};
+  ComRef<IGlobalConfig> config{store.globalConfig()};
   Settings settings;
   Question question;
 
@@ -213,7 +213,7 @@ TEST_F(SenderSettingsTest, OnlyModifiedSettingsAreWrittenAndEmptyFieldsGoAsNull)
   settings.saveSenderSettings(config.get());
   EXPECT_EQ(store.pendingFailures(), 2u) << "a clean state writes nothing";
   ReferenceStore::Store clean{senderMailbox()};
-  storetest::Ref<IGlobalConfig> cleanConfig(clean.globalConfig());
+  ComRef<IGlobalConfig> cleanConfig(clean.globalConfig());
   Settings other;
   other.loadSenderSettings(cleanConfig.get());
   other.setExtraText(L"");

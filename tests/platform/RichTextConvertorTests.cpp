@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/RichEditWindow.h"
-#include "streams/ComRef.h"
+#include "base/ComRef.h"
 #include "streams/DataStream.h"
 #include "streams/StreamUtils.h"
 

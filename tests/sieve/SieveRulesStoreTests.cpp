@@ -16,16 +16,13 @@ const std::wstring kBroken = L"if true { keep;\r\n";
 
 struct StoreFixture : ::testing::Test {
   std::unique_ptr<ReferenceStore::Store> store;
-  IGlobalConfig* config = nullptr;
+  ComRef<IGlobalConfig> config;
 
   void open(const std::wstring& script) {
     ReferenceStore::Mailbox mailbox;
     mailbox.script = script;
     store = std::make_unique<ReferenceStore::Store>(mailbox);
     config = store->globalConfig();
-  }
-  void TearDown() override {
-    if (config) config->Release();
   }
   std::wstring serverText() const { return store->mailbox().script; }
 };
@@ -42,7 +39,7 @@ HRESULT codeOf(const std::function<void()>& f) {
 TEST_F(StoreFixture, EmptyScriptLoadsWithNoRules) {
   open(L"");
   SieveRules rules;
-  rules.loadSieveScript(config, false, nullptr);
+  rules.loadSieveScript(config.get(), false, nullptr);
   EXPECT_EQ(rules.getSieveStatus(), SieveStatus::Loaded);
   EXPECT_EQ(rules.getRules(false), nullptr);
 }
@@ -50,9 +47,9 @@ TEST_F(StoreFixture, EmptyScriptLoadsWithNoRules) {
 TEST_F(StoreFixture, NothingIsWrittenWhenNothingChanged) {
   open(kScript);
   SieveRules rules;
-  rules.loadSieveScript(config, false, nullptr);
+  rules.loadSieveScript(config.get(), false, nullptr);
   store->failNext(ReferenceStore::Operation::SetSieveScript, E_FAIL);
-  rules.saveSieveScript(config);
+  rules.saveSieveScript(config.get());
   EXPECT_EQ(store->pendingFailures(), 1u) << "the store was not asked";
   EXPECT_EQ(serverText(), kScript);
 }
@@ -60,10 +57,10 @@ TEST_F(StoreFixture, NothingIsWrittenWhenNothingChanged) {
 TEST_F(StoreFixture, AScriptThatFailedToLoadIsNeverOverwritten) {
   open(kBroken);
   SieveRules rules;
-  EXPECT_EQ(codeOf([&] { rules.loadSieveScript(config, true, nullptr); }), E_FAIL);
+  EXPECT_EQ(codeOf([&] { rules.loadSieveScript(config.get(), true, nullptr); }), E_FAIL);
   EXPECT_EQ(rules.getSieveStatus(), SieveStatus::NotLoaded);
   EXPECT_EQ(codeOf([&] { rules.setJunkEmailEnabled(true); }), E_INVALIDARG);
-  rules.saveSieveScript(config);
+  rules.saveSieveScript(config.get());
   EXPECT_EQ(serverText(), kBroken);
 }
 
@@ -71,17 +68,17 @@ TEST_F(StoreFixture, StoreFailuresComeBackWithTheirCodes) {
   open(kScript);
   SieveRules rules;
   store->failNext(ReferenceStore::Operation::GetSieveScript, MAPI_E_NETWORK_ERROR);
-  EXPECT_EQ(codeOf([&] { rules.loadSieveScript(config, false, nullptr); }), MAPI_E_NETWORK_ERROR);
+  EXPECT_EQ(codeOf([&] { rules.loadSieveScript(config.get(), false, nullptr); }), MAPI_E_NETWORK_ERROR);
   EXPECT_EQ(rules.getSieveStatus(), SieveStatus::NotLoaded);
 
-  rules.loadSieveScript(config, false, nullptr);
+  rules.loadSieveScript(config.get(), false, nullptr);
   rules.setJunkEmailEnabled(true);
   store->failNext(ReferenceStore::Operation::SetSieveScript, MAPI_E_DISK_ERROR);
-  EXPECT_EQ(codeOf([&] { rules.saveSieveScript(config); }), MAPI_E_DISK_ERROR);
+  EXPECT_EQ(codeOf([&] { rules.saveSieveScript(config.get()); }), MAPI_E_DISK_ERROR);
   EXPECT_EQ(rules.getSieveStatus(), SieveStatus::Modified) << "the status stays as it was";
   EXPECT_EQ(serverText(), kScript);
 
-  rules.saveSieveScript(config);
+  rules.saveSieveScript(config.get());
   EXPECT_EQ(rules.getSieveStatus(), SieveStatus::Loaded);
   std::wstring written;
   rules.writeSieveScript(written);
@@ -92,10 +89,10 @@ TEST_F(StoreFixture, StoreFailuresComeBackWithTheirCodes) {
 TEST_F(StoreFixture, AWriteFailureLeavesTheServerTextAndTheStatus) {
   open(kScript);
   SieveRules rules;
-  rules.loadSieveScript(config, false, nullptr);
+  rules.loadSieveScript(config.get(), false, nullptr);
   RulePtr unwritable(new SieveRule());  // kind Empty
   rules.setRules(unwritable.get());
-  EXPECT_EQ(codeOf([&] { rules.saveSieveScript(config); }), E_FAIL);
+  EXPECT_EQ(codeOf([&] { rules.saveSieveScript(config.get()); }), E_FAIL);
   EXPECT_EQ(rules.getSieveStatus(), SieveStatus::Modified);
   EXPECT_EQ(serverText(), kScript);
 }

@@ -2,33 +2,18 @@
 // the add-in's callers: a slot moved or dropped would call the wrong operation.
 #include <gtest/gtest.h>
 
-#include <cstddef>
-#include <cstring>
 #include <vector>
 
 #include "store/AddInInterfaces.h"
 #include "store/StoreInterfaces.h"
+#include "testing/VtableSlot.h"
 
 namespace {
 
-// Our two compilers follow the Itanium C++ ABI: a pointer to a virtual member holds one
-// more than the byte offset of its vtable slot.
-template <class Pmf>
-long slotOf(Pmf member) {
-  static_assert(sizeof(member) == 2 * sizeof(std::ptrdiff_t), "Itanium member pointer");
-  std::ptrdiff_t raw[2];
-  std::memcpy(raw, &member, sizeof raw);
-  if ((raw[0] & 1) == 0) return -1;  // not virtual
-  return static_cast<long>((raw[0] - 1) / static_cast<std::ptrdiff_t>(sizeof(void*)));
-}
+using zelvo::testing::slotOf;
 
 // IUnknown takes slots 0 to 2; the declared order 1 is slot 3.
-void expectDeclaredOrder(const std::vector<long>& slots) {
-  for (size_t i = 0; i < slots.size(); ++i) {
-    SCOPED_TRACE("declared order " + std::to_string(i + 1));
-    EXPECT_EQ(slots[i], static_cast<long>(i) + 3);
-  }
-}
+void expectDeclaredOrder(const std::vector<long>& slots) { zelvo::testing::expectSlotsFrom(3, slots); }
 
 #if defined(__GNUC__)
 

@@ -83,9 +83,9 @@ TEST_F(MailboxFilesTest, StoreSavesWhatItsInterfacesChanged) {
   TempFolder out;
   auto store = Store::load(sampleFolder());
   {
-    storetest::Ref<IGlobalConfig> config(store->globalConfig());
-    storetest::Bstr script(L"#!1 only\r\nkeep;\r\n");
-    ASSERT_EQ(config->setSieveScript(script.s), S_OK);
+    ComRef<IGlobalConfig> config(store->globalConfig());
+    Bstr script(L"#!1 only\r\nkeep;\r\n");
+    ASSERT_EQ(config->setSieveScript(script.get()), S_OK);
   }
   store->save(out.path());
   EXPECT_EQ(zelvo::testing::readFile(out.file(kScriptFileName)), "#!1 only\r\nkeep;\r\n");

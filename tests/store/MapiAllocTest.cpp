@@ -12,7 +12,6 @@
 #include "StoreTestSupport.h"
 
 using ReferenceStore::ReferenceAllocator;
-using storetest::Ref;
 
 namespace {
 
@@ -217,7 +216,7 @@ TEST_F(MapiAllocTest, InjectedAllocationFailureReachesTheCaller) {
 }
 
 TEST_F(MapiAllocTest, GetAllocTakesTheStoreAllocatorsFunctions) {
-  Ref<IStoreAllocator> allocator(ReferenceStore::createAllocatorObject());
+  ComRef<IStoreAllocator> allocator(ReferenceStore::createAllocatorObject());
   MapiAlloc a;
   MapiAlloc::getAlloc(a, allocator.get());
   EXPECT_EQ(a.allocateBuffer, &ReferenceAllocator::allocateBuffer);

@@ -9,8 +9,6 @@
 #include "StoreTestSupport.h"
 
 using namespace ReferenceStore;
-using storetest::Bstr;
-using storetest::Ref;
 
 namespace {
 
@@ -47,7 +45,7 @@ Mailbox smallMailbox() {
 class ReferenceStoreTest : public storetest::StoreTest {
  protected:
   Store store{smallMailbox()};
-  Ref<IGlobalConfig> config{store.globalConfig()};
+  ComRef<IGlobalConfig> config{store.globalConfig()};
   MapiAlloc alloc = ReferenceAllocator::functions();
 };
 
@@ -57,7 +55,7 @@ TEST_F(ReferenceStoreTest, FolderListComesInOneBlockWithTheRootName) {
   ULONG count = 0;
   MapiBuffer<FolderListEntry> entries(alloc.freeBuffer);
   Bstr root;
-  ASSERT_EQ(config->getFolderList(&count, entries.receive(), &root.s), S_OK);
+  ASSERT_EQ(config->getFolderList(&count, entries.receive(), root.put()), S_OK);
   ASSERT_EQ(count, 3u);
   EXPECT_EQ(root.text(), L"Mailbox - Jane");
   EXPECT_EQ(text(entries->path), L"INBOX");
@@ -69,9 +67,9 @@ TEST_F(ReferenceStoreTest, FolderListComesInOneBlockWithTheRootName) {
 TEST_F(ReferenceStoreTest, ScriptRoundTripKeepsEveryCharacter) {
   const std::wstring script = L"#!1 a\r\nif true\r\n{\r\n  fileinto \"Gr\u00fc\u00dfe\";\r\n}\r\n\0tail";
   Bstr in(std::wstring(script.data(), script.size()));
-  ASSERT_EQ(config->setSieveScript(in.s), S_OK);
+  ASSERT_EQ(config->setSieveScript(in.get()), S_OK);
   Bstr out;
-  ASSERT_EQ(config->getSieveScript(&out.s), S_OK);
+  ASSERT_EQ(config->getSieveScript(out.put()), S_OK);
   EXPECT_EQ(out.text(), script);
   EXPECT_EQ(store.mailbox().script, script);
   ASSERT_EQ(config->setSieveScript(nullptr), S_OK);
@@ -132,17 +130,17 @@ TEST_F(ReferenceStoreTest, DirectoryAnswersAsTheServerWould) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.address ? std::string(c.address, c.address + wcslen(c.address)) : "null");
     Bstr name;
-    EXPECT_EQ(config->resolveAddress(c.address, &name.s), c.resolve);
+    EXPECT_EQ(config->resolveAddress(c.address, name.put()), c.resolve);
     EXPECT_EQ(name.text(), c.name);
     EXPECT_EQ(config->checkSenderAddress(c.address), c.check);
   }
   Bstr rights;
-  EXPECT_EQ(config->getDelegateRights(L"tom@example.com", &rights.s), S_OK);
+  EXPECT_EQ(config->getDelegateRights(L"tom@example.com", rights.put()), S_OK);
   EXPECT_EQ(rights.text(), L"lrswi");
 }
 
 TEST_F(ReferenceStoreTest, FolderAccessRightsReplaceRecursivelyOnlyBelowThePath) {
-  Ref<IFolderConfig> folder(store.folderConfig(L"INBOX"));
+  ComRef<IFolderConfig> folder(store.folderConfig(L"INBOX"));
   ULONG count = 0;
   MapiBuffer<AccessInfo> entries(alloc.freeBuffer);
   ASSERT_EQ(folder->getAccessRights(&count, entries.receive()), S_OK);
@@ -156,19 +154,19 @@ TEST_F(ReferenceStoreTest, FolderAccessRightsReplaceRecursivelyOnlyBelowThePath)
   EXPECT_EQ(m.folders[2].access.size(), 0u) << "INBOXES is not";
   ASSERT_EQ(folder->setSynchronization(2, false), S_OK);
   ULONG mode = 0;
-  Ref<IFolderConfig> sub(store.folderConfig(L"INBOX/Sub"));
+  ComRef<IFolderConfig> sub(store.folderConfig(L"INBOX/Sub"));
   ASSERT_EQ(sub->getSynchronization(&mode), S_OK);
   EXPECT_EQ(mode, 0u);
 }
 
 TEST_F(ReferenceStoreTest, FeaturesAndGlobalConfigOfAFolder) {
-  Ref<IFolderConfig> folder(store.folderConfig(L"INBOX"));
+  ComRef<IFolderConfig> folder(store.folderConfig(L"INBOX"));
   for (ULONG feature = 0; feature <= 6; ++feature) {
     SCOPED_TRACE(feature);
     EXPECT_EQ(folder->isFeatureAvailable(feature), feature <= 2 ? S_OK : S_FALSE);
   }
-  Ref<IGlobalConfig> global;
-  ASSERT_EQ(folder->getGlobalConfig(global.out()), S_OK);
+  ComRef<IGlobalConfig> global;
+  ASSERT_EQ(folder->getGlobalConfig(global.put()), S_OK);
   EXPECT_EQ(global.get(), config.get()) << "one configuration object per store";
 }
 
@@ -217,14 +215,14 @@ TEST_F(ReferenceStoreTest, MessagePropertiesAreFoundByTheComponentsOfTheEntryId)
 }
 
 TEST_F(ReferenceStoreTest, InjectedFailuresAnswerOnceAndChangeNothing) {
-  Ref<IFolderConfig> folder(store.folderConfig(L"INBOX"));
+  ComRef<IFolderConfig> folder(store.folderConfig(L"INBOX"));
   struct Case {
     Operation operation;
     HRESULT code;
     std::function<HRESULT()> call;
   } cases[] = {
-      {Operation::SetSieveScript, E_ACCESSDENIED, [&] { Bstr s(L"discard;"); return config->setSieveScript(s.s); }},
-      {Operation::GetSieveScript, MAPI_E_NETWORK_ERROR, [&] { Bstr s; return config->getSieveScript(&s.s); }},
+      {Operation::SetSieveScript, E_ACCESSDENIED, [&] { Bstr s(L"discard;"); return config->setSieveScript(s.get()); }},
+      {Operation::GetSieveScript, MAPI_E_NETWORK_ERROR, [&] { Bstr s; return config->getSieveScript(s.put()); }},
       {Operation::GetDelegates, static_cast<HRESULT>(0x00042001), [&] {
          ULONG n = 0;
          MapiBuffer<DelegateRecord> r(alloc.freeBuffer);
@@ -236,13 +234,13 @@ TEST_F(ReferenceStoreTest, InjectedFailuresAnswerOnceAndChangeNothing) {
          ULONG n = 0;
          MapiBuffer<FolderListEntry> e(alloc.freeBuffer);
          Bstr root;
-         return config->getFolderList(&n, e.receive(), &root.s);
+         return config->getFolderList(&n, e.receive(), root.put());
        }},
       {Operation::SetAccessRights, E_ACCESSDENIED, [&] { return folder->setAccessRights(0, nullptr, false); }},
       {Operation::IsFeatureAvailable, E_FAIL, [&] { return folder->isFeatureAvailable(0); }},
       {Operation::GetAllocator, E_OUTOFMEMORY, [&] {
-         Ref<IUnknown> a;
-         return config->getAllocator(a.out());
+         ComRef<IUnknown> a;
+         return config->getAllocator(a.put());
        }},
   };
   const Mailbox before = store.mailbox();
@@ -270,7 +268,7 @@ TEST_F(ReferenceStoreTest, AllocationFailureInsideAnOperationLeavesNoBlocks) {
     ULONG n = 99;
     FolderListEntry* entries = nullptr;
     Bstr root;
-    EXPECT_EQ(config->getFolderList(&n, &entries, &root.s), MAPI_E_NOT_ENOUGH_MEMORY);
+    EXPECT_EQ(config->getFolderList(&n, &entries, root.put()), MAPI_E_NOT_ENOUGH_MEMORY);
     EXPECT_EQ(entries, nullptr);
     EXPECT_EQ(n, 0u);
     EXPECT_EQ(ReferenceAllocator::liveBlocks(), 0u);
@@ -279,19 +277,19 @@ TEST_F(ReferenceStoreTest, AllocationFailureInsideAnOperationLeavesNoBlocks) {
 }
 
 TEST_F(ReferenceStoreTest, ConfigForObjectOpensTheConfigurationProperty) {
-  Ref<IMAPIProp> mapiStore(store.mapiStore());
-  Ref<IMAPIProp> mapiFolder(store.mapiFolder(L"INBOX/Sub"));
-  Ref<IGlobalConfig> global;
-  details::getConfigForObject(mapiStore.get(), global.out());
+  ComRef<IMAPIProp> mapiStore(store.mapiStore());
+  ComRef<IMAPIProp> mapiFolder(store.mapiFolder(L"INBOX/Sub"));
+  ComRef<IGlobalConfig> global;
+  details::getConfigForObject(mapiStore.get(), global.put());
   EXPECT_EQ(global.get(), config.get());
-  Ref<IFolderConfig> folder;
-  details::getConfigForObject(mapiFolder.get(), folder.out());
+  ComRef<IFolderConfig> folder;
+  details::getConfigForObject(mapiFolder.get(), folder.put());
   ASSERT_NE(folder.get(), nullptr);
   ULONG flags = 1;
   EXPECT_EQ(folder->getFolderFlags(&flags, 0), S_OK);
 
-  Ref<IStoreAllocator> allocator;
-  AddIn::Utils::getAllocatorFromConfig(folder.get(), allocator.out());
+  ComRef<IStoreAllocator> allocator;
+  AddIn::Utils::getAllocatorFromConfig(folder.get(), allocator.put());
   MapiAlloc functions;
   MapiAlloc::getAlloc(functions, allocator.get());
   EXPECT_EQ(functions.freeBuffer, &ReferenceAllocator::freeBuffer);
@@ -301,19 +299,19 @@ TEST_F(ReferenceStoreTest, ConfigForObjectOpensTheConfigurationProperty) {
     std::function<void()> call;
     HRESULT code;
   } cases[] = {
-      {"null object", [&] { Ref<IGlobalConfig> c; details::getConfigForObject(nullptr, c.out()); }, E_INVALIDARG},
+      {"null object", [&] { ComRef<IGlobalConfig> c; details::getConfigForObject(nullptr, c.put()); }, E_INVALIDARG},
       {"null out", [&] { details::getConfigForObject(mapiStore.get(), static_cast<IGlobalConfig**>(nullptr)); }, E_INVALIDARG},
       {"out already set", [&] { IGlobalConfig* held = config.get(); details::getConfigForObject(mapiStore.get(), &held); }, E_INVALIDARG},
       {"foreign store refuses", [&] {
          store.failNext(Operation::OpenProperty, MAPI_E_NOT_FOUND);
-         Ref<IGlobalConfig> c;
-         details::getConfigForObject(mapiStore.get(), c.out());
+         ComRef<IGlobalConfig> c;
+         details::getConfigForObject(mapiStore.get(), c.put());
        }, MAPI_E_NOT_FOUND},
-      {"a store is no folder", [&] { Ref<IFolderConfig> c; details::getConfigForObject(mapiStore.get(), c.out()); }, E_NOINTERFACE},
+      {"a store is no folder", [&] { ComRef<IFolderConfig> c; details::getConfigForObject(mapiStore.get(), c.put()); }, E_NOINTERFACE},
       {"getAllocator fails", [&] {
          store.failNext(Operation::GetAllocator, MAPI_E_CALL_FAILED);
-         Ref<IStoreAllocator> a;
-         AddIn::Utils::getAllocatorFromConfig(config.get(), a.out());
+         ComRef<IStoreAllocator> a;
+         AddIn::Utils::getAllocatorFromConfig(config.get(), a.put());
        }, MAPI_E_CALL_FAILED},
   };
   for (auto& c : cases) {
@@ -348,7 +346,7 @@ TEST_F(ReferenceStoreTest, UnknownFolderIsNotFound) {
   } catch (const HResultException& e) {
     EXPECT_EQ(e.getHResult(), MAPI_E_NOT_FOUND);
   }
-  Ref<IFolderConfig> folder(store.folderConfig(L"INBOX"));
+  ComRef<IFolderConfig> folder(store.folderConfig(L"INBOX"));
   Mailbox m = store.mailbox();
   m.folders.clear();
   store.setMailbox(m);
@@ -374,7 +372,7 @@ TEST_F(ReferenceStoreTest, WarningsAnswerAfterTheWorkIsDoneAndWaitForASuccess) {
   EXPECT_EQ(config->getDelegates(1, &count, records.receive()), S_OK);
   EXPECT_EQ(store.pendingFailures(), 0u);
 
-  Ref<IFolderConfig> folder(store.folderConfig(L"INBOX"));
+  ComRef<IFolderConfig> folder(store.folderConfig(L"INBOX"));
   store.warnNext(Operation::SetSynchronization, S_FALSE);
   EXPECT_EQ(folder->setSynchronization(2, false), S_FALSE);
   EXPECT_EQ(store.mailbox().folders[0].synchronization, 2u);
@@ -403,17 +401,17 @@ class CountingAbConfig final : public IAbConfig {
 
 TEST_F(ReferenceStoreTest, TheServiceCallsTheCallBackItWasGiven) {
   CountingAbConfig callBack;
-  EXPECT_EQ(store.abConfig(), nullptr);
+  EXPECT_FALSE(store.abConfig());
   ASSERT_EQ(config->setAbConfig(&callBack), S_OK);
   {
-    Ref<IAbConfig> held(store.abConfig());
+    ComRef<IAbConfig> held(store.abConfig());
     ASSERT_EQ(held.get(), &callBack);
     EXPECT_EQ(held->showContacts(), S_OK);
     EXPECT_EQ(callBack.refs, 3u) << "the store's reference and this one";
   }
   EXPECT_EQ(callBack.shows, 1);
   ASSERT_EQ(config->clearAbConfig(), S_OK);
-  EXPECT_EQ(store.abConfig(), nullptr);
+  EXPECT_FALSE(store.abConfig());
   EXPECT_EQ(callBack.refs, 1u);
 }
 

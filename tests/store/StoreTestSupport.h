@@ -1,11 +1,13 @@
 // Shared by the store tests: a fixture that proves every block of the reference
-// allocator was released, and small owners of COM references and BSTRs.
+// allocator was released.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <string>
 
+#include "base/Bstr.h"
+#include "base/ComRef.h"
 #include "base/HResultException.h"
 #include "store/reference/ReferenceAllocator.h"
 
@@ -19,33 +21,6 @@ class StoreTest : public ::testing::Test {
     EXPECT_EQ(ReferenceStore::ReferenceAllocator::misuses(), 0u) << "chained or unknown blocks freed";
     ReferenceStore::ReferenceAllocator::resetDiagnostics();
   }
-};
-
-template <class T>
-class Ref {
- public:
-  Ref() = default;
-  explicit Ref(T* p) : p_(p) {}
-  Ref(const Ref&) = delete;
-  Ref& operator=(const Ref&) = delete;
-  ~Ref() {
-    if (p_) p_->Release();
-  }
-  T** out() { return &p_; }
-  T* get() const { return p_; }
-  T* operator->() const { return p_; }
-
- private:
-  T* p_ = nullptr;
-};
-
-struct Bstr {
-  BSTR s = nullptr;
-  Bstr() = default;
-  explicit Bstr(const std::wstring& text) : s(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
-  Bstr(const Bstr&) = delete;
-  ~Bstr() { SysFreeString(s); }
-  std::wstring text() const { return s ? std::wstring(s, SysStringLen(s)) : std::wstring(); }
 };
 
 // The message part of a raise's text (after the code's name), or the whole text.

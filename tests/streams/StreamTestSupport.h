@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "streams/ComRef.h"
+#include "base/ComRef.h"
 #include "streams/StreamData.h"
 
 namespace streamtest {

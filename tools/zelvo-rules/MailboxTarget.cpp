@@ -132,14 +132,12 @@ int MailboxTarget::open(const CommandLine& line, const std::string& scriptOperan
 }
 
 int MailboxTarget::load(Sieve::SieveRules& rules, ToolIo& io) {
-  IGlobalConfig* config = store_->globalConfig();
+  const ComRef<IGlobalConfig> config = store_->globalConfig();
   try {
-    rules.loadSieveScript(config, false, nullptr);
-    config->Release();
+    rules.loadSieveScript(config.get(), false, nullptr);
     loadedScript_ = store_->mailbox().script;
     return ExitSuccess;
   } catch (const HResultException& e) {
-    config->Release();
     // A script that does not parse is shown as 'check' shows it: the line and the
     // reader's own message, then the code.
     const std::wstring script = store_->mailbox().script;
@@ -157,12 +155,10 @@ int MailboxTarget::load(Sieve::SieveRules& rules, ToolIo& io) {
 }
 
 int MailboxTarget::save(Sieve::SieveRules& rules, ToolIo& io) {
-  IGlobalConfig* config = store_->globalConfig();
+  const ComRef<IGlobalConfig> config = store_->globalConfig();
   try {
-    rules.saveSieveScript(config);
-    config->Release();
+    rules.saveSieveScript(config.get());
   } catch (const HResultException& e) {
-    config->Release();
     writeLine(io.err, Localization::formatString(IDS_TOOL_SAVE_FAILED, name_, details::failureText(e)));
     return ExitScriptError;
   }

@@ -30,7 +30,6 @@ void registerResource(LPCWSTR type, WORD id, std::vector<BYTE> bytes) {
 
 }  // namespace platform
 
-extern "C" const IID IID_IPictureDisp = {0x7BF80981, 0xBF32, 0x101A, {0x8B, 0xBB, 0x00, 0xAA, 0x00, 0x30, 0x0C, 0xAB}};
 
 HMODULE GetModuleHandleW(LPCWSTR lpModuleName) {
   if (lpModuleName) SetLastError(ERROR_MOD_NOT_FOUND);

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/Automation.h"
 #include "platform/linux/Com.h"
 #include "platform/linux/Types.h"
 
@@ -77,8 +78,8 @@ int MessageBoxW(HWND hWnd, LPCWSTR lpText, LPCWSTR lpCaption, UINT uType);
 HWND GetActiveWindow();
 DWORD GetModuleFileNameA(HMODULE hModule, LPSTR lpFilename, DWORD nSize);
 
-// OLE pictures: only what the product hands to its host. The dispatch part of
-// IPictureDisp is not declared here; the product holds the picture and passes it on.
+// OLE pictures: only what the product hands to its host (IPictureDisp is declared with
+// the other automation interfaces).
 #define PICTYPE_BITMAP 1
 #define PICTYPE_ICON 3
 struct PICTDESC {
@@ -95,11 +96,6 @@ struct PICTDESC {
   };
 };
 typedef PICTDESC* LPPICTDESC;
-extern "C" const IID IID_IPictureDisp;
-struct IPictureDisp : public IUnknown {
- protected:
-  ~IPictureDisp() = default;
-};
 // There is no OLE picture support without a display: E_NOTIMPL, and the handle stays the caller's.
 HRESULT OleCreatePictureIndirect(LPPICTDESC lpPictDesc, REFIID riid, BOOL fOwn, LPVOID* lplpvObj);
 

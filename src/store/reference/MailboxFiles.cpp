@@ -12,7 +12,7 @@
 
 #include "base/HResultException.h"
 #include "platform/Utf8.h"
-#include "store/StoreMapi.h"
+#include "platform/Mapi.h"
 #include "store/reference/Mailbox.h"
 
 namespace json = boost::json;

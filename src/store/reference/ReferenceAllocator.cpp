@@ -134,22 +134,8 @@ void ReferenceAllocator::resetDiagnostics() {
 
 namespace {
 
-class AllocatorObject final : public IStoreAllocator {
+class AllocatorObject final : public iui_::IUnknownImpl<IStoreAllocator> {
  public:
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (iid != IID_IUnknown && iid != IID_IStoreAllocator) return E_NOINTERFACE;
-    *out = static_cast<IStoreAllocator*>(this);
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const ULONG left = --refs_;
-    if (left == 0) delete this;
-    return left;
-  }
   HRESULT STDMETHODCALLTYPE getAllocators(LPALLOCATEBUFFER* allocateBuffer, LPALLOCATEMORE* allocateMore,
                                           LPFREEBUFFER* freeBuffer) override {
     if (!allocateBuffer || !allocateMore || !freeBuffer) return E_POINTER;
@@ -158,15 +144,11 @@ class AllocatorObject final : public IStoreAllocator {
     *freeBuffer = &ReferenceAllocator::freeBuffer;
     return S_OK;
   }
-
- private:
-  ~AllocatorObject() = default;
-  std::atomic<ULONG> refs_{1};
 };
 
 }  // namespace
 
-IStoreAllocator* createAllocatorObject() { return new AllocatorObject; }
+ComRef<IStoreAllocator> createAllocatorObject() { return ComRef<IStoreAllocator>::adopt(new AllocatorObject); }
 
 }  // namespace ReferenceStore
 

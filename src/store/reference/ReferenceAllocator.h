@@ -6,6 +6,7 @@
 
 #include <cstddef>
 
+#include "base/ComRef.h"
 #include "store/MapiAlloc.h"
 
 namespace ReferenceStore {
@@ -29,6 +30,6 @@ class ReferenceAllocator {
 };
 
 // A new store allocator object (reference count 1).
-IStoreAllocator* createAllocatorObject();
+ComRef<IStoreAllocator> createAllocatorObject();
 
 }  // namespace ReferenceStore

@@ -7,7 +7,10 @@
 #include <mutex>
 #include <new>
 
+#include "base/ComBoundary.h"
+#include "base/ComRef.h"
 #include "base/HResultException.h"
+#include "base/Iui.h"
 #include "store/EntryId.h"
 #include "store/MapiAlloc.h"
 #include "store/reference/ReferenceAllocator.h"
@@ -22,12 +25,8 @@ struct StoreState {
   Activity activity;
   std::map<Operation, std::deque<HRESULT>> failures;
   std::map<Operation, std::deque<HRESULT>> warnings;
-  IAbConfig* abConfig = nullptr;       // held with a reference while set
-  GlobalConfigObject* global = nullptr;  // the live IGlobalConfig, not a reference
-
-  ~StoreState() {
-    if (abConfig) abConfig->Release();
-  }
+  ComRef<IAbConfig> abConfig;
+  GlobalConfigObject* global = nullptr;  // the live IGlobalConfig, not a reference; cleared by its last release
 
   // An injected result for this call, if one is queued.
   std::optional<HRESULT> takeFailure(Operation operation) {
@@ -52,20 +51,6 @@ struct StoreState {
 };
 
 namespace {
-
-// No exception crosses the interfaces: each method runs its body through this.
-template <class Body>
-HRESULT guarded(Body&& body) {
-  try {
-    return body();
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const std::exception&) {
-    return E_FAIL;
-  }
-}
 
 std::wstring textOf(LPCWSTR text) { return text ? std::wstring(text) : std::wstring(); }
 std::wstring textOf(BSTR text, bool) { return text ? std::wstring(text, SysStringLen(text)) : std::wstring(); }
@@ -119,54 +104,18 @@ HRESULT delegatesOut(const std::vector<Delegate>& list, ULONG* count, DelegateRe
   return S_OK;
 }
 
-// Counts the object's references; deletes it with the last.
-template <class Interface>
-class RefCounted : public Interface {
- public:
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const ULONG left = --refs_;
-    if (left == 0) delete this;
-    return left;
-  }
-
- protected:
-  virtual ~RefCounted() = default;
-  std::atomic<ULONG> refs_{1};
-};
-
 }  // namespace
 
-class GlobalConfigObject final : public RefCounted<IGlobalConfig> {
+class GlobalConfigObject final : public iui_::IUnknownImpl<IGlobalConfig> {
  public:
   explicit GlobalConfigObject(std::shared_ptr<StoreState> state) : state_(std::move(state)) {}
 
-  // A new reference unless the object is already on its way out.
-  bool tryAddRef() {
-    ULONG count = refs_.load();
-    while (count != 0)
-      if (refs_.compare_exchange_weak(count, count + 1)) return true;
-    return false;
-  }
-
+  // Under the store's lock, so that sharedGlobalConfig never hands out an object whose
+  // last reference is going. The state is kept alive past the lock's end.
   ULONG STDMETHODCALLTYPE Release() override {
-    std::unique_lock<std::recursive_mutex> lock(state_->mutex);
-    const ULONG left = --refs_;
-    if (left == 0) {
-      if (state_->global == this) state_->global = nullptr;
-      lock.unlock();
-      delete this;
-    }
-    return left;
-  }
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (iid != IID_IUnknown && iid != IID_IGlobalConfig) return E_NOINTERFACE;
-    *out = static_cast<IGlobalConfig*>(this);
-    AddRef();
-    return S_OK;
+    const std::shared_ptr<StoreState> state = state_;
+    std::lock_guard<std::recursive_mutex> lock(state->mutex);
+    return IUnknownImpl::Release();
   }
 
   // Positions whose meaning this product does not know.
@@ -226,7 +175,7 @@ class GlobalConfigObject final : public RefCounted<IGlobalConfig> {
     if (!allocator) return E_POINTER;
     *allocator = nullptr;
     return run(Operation::GetAllocator, [&](Mailbox&) {
-      *allocator = createAllocatorObject();
+      *allocator = createAllocatorObject().detach();
       return S_OK;
     });
   }
@@ -364,9 +313,7 @@ class GlobalConfigObject final : public RefCounted<IGlobalConfig> {
   HRESULT STDMETHODCALLTYPE setAbConfig(IAbConfig* abConfig) override {
     return run(Operation::SetAbConfig, [&](Mailbox&) {
       if (!abConfig) return E_INVALIDARG;
-      abConfig->AddRef();
-      if (state_->abConfig) state_->abConfig->Release();
-      state_->abConfig = abConfig;
+      state_->abConfig = ComRef<IAbConfig>(abConfig);
       state_->activity.abConfigSet = true;
       return S_OK;
     });
@@ -374,8 +321,7 @@ class GlobalConfigObject final : public RefCounted<IGlobalConfig> {
 
   HRESULT STDMETHODCALLTYPE clearAbConfig() override {
     return run(Operation::ClearAbConfig, [&](Mailbox&) {
-      if (state_->abConfig) state_->abConfig->Release();
-      state_->abConfig = nullptr;
+      state_->abConfig.reset();
       state_->activity.abConfigSet = false;
       return S_OK;
     });
@@ -497,7 +443,7 @@ class GlobalConfigObject final : public RefCounted<IGlobalConfig> {
   template <class Body>
   HRESULT run(Operation operation, Body&& body) {
     if (auto injected = state_->takeFailure(operation)) return *injected;
-    return state_->succeeded(operation, guarded([&]() -> HRESULT {
+    return state_->succeeded(operation, zelvo::comBoundary([&]() -> HRESULT {
       std::lock_guard<std::recursive_mutex> lock(state_->mutex);
       return body(state_->mailbox);
     }));
@@ -524,31 +470,28 @@ class GlobalConfigObject final : public RefCounted<IGlobalConfig> {
     return nullptr;
   }
 
+  void finalRelease() override {
+    if (state_->global == this) state_->global = nullptr;
+  }
+
   std::shared_ptr<StoreState> state_;
 };
 
 namespace {
 
-IGlobalConfig* sharedGlobalConfig(const std::shared_ptr<StoreState>& state) {
+// The store's one IGlobalConfig: the live one while it has references, else a new one.
+ComRef<IGlobalConfig> sharedGlobalConfig(const std::shared_ptr<StoreState>& state) {
   std::lock_guard<std::recursive_mutex> lock(state->mutex);
-  if (state->global && state->global->tryAddRef()) return state->global;
-  state->global = new GlobalConfigObject(state);
-  return state->global;
+  if (state->global) return ComRef<IGlobalConfig>(state->global);
+  auto fresh = ComRef<IGlobalConfig>::adopt(new GlobalConfigObject(state));
+  state->global = static_cast<GlobalConfigObject*>(fresh.get());
+  return fresh;
 }
 
-class FolderConfigObject final : public RefCounted<IFolderConfig> {
+class FolderConfigObject final : public iui_::IUnknownImpl<IFolderConfig> {
  public:
   FolderConfigObject(std::shared_ptr<StoreState> state, std::wstring path)
       : state_(std::move(state)), path_(std::move(path)) {}
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (iid != IID_IUnknown && iid != IID_IFolderConfig) return E_NOINTERFACE;
-    *out = static_cast<IFolderConfig*>(this);
-    AddRef();
-    return S_OK;
-  }
 
   HRESULT STDMETHODCALLTYPE getAccessRights(ULONG* count, AccessInfo** entries) override {
     if (!count || !entries) return E_POINTER;
@@ -599,7 +542,7 @@ class FolderConfigObject final : public RefCounted<IFolderConfig> {
     if (!allocator) return E_POINTER;
     *allocator = nullptr;
     return run(Operation::FolderGetAllocator, [&](Mailbox&, MailboxFolder&) {
-      *allocator = createAllocatorObject();
+      *allocator = createAllocatorObject().detach();
       return S_OK;
     });
   }
@@ -608,7 +551,7 @@ class FolderConfigObject final : public RefCounted<IFolderConfig> {
     if (!config) return E_POINTER;
     *config = nullptr;
     return run(Operation::GetGlobalConfig, [&](Mailbox&, MailboxFolder&) {
-      *config = sharedGlobalConfig(state_);
+      *config = sharedGlobalConfig(state_).detach();
       return S_OK;
     });
   }
@@ -641,7 +584,7 @@ class FolderConfigObject final : public RefCounted<IFolderConfig> {
   template <class Body>
   HRESULT run(Operation operation, Body&& body) {
     if (auto injected = state_->takeFailure(operation)) return *injected;
-    return state_->succeeded(operation, guarded([&]() -> HRESULT {
+    return state_->succeeded(operation, zelvo::comBoundary([&]() -> HRESULT {
       std::lock_guard<std::recursive_mutex> lock(state_->mutex);
       MailboxFolder* folder = state_->mailbox.findFolder(path_);
       if (!folder) return MAPI_E_NOT_FOUND;  // the mailbox was replaced without it
@@ -664,19 +607,10 @@ class FolderConfigObject final : public RefCounted<IFolderConfig> {
 
 // A store or folder as MAPI sees it: only OpenProperty of the configuration property
 // does anything; the service's other properties are not part of this model.
-class MapiObject final : public RefCounted<IMAPIProp> {
+class MapiObject final : public iui_::IUnknownImpl<IMAPIProp> {
  public:
   MapiObject(std::shared_ptr<StoreState> state, std::optional<std::wstring> folder)
       : state_(std::move(state)), folder_(std::move(folder)) {}
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    if (iid != IID_IUnknown) return E_NOINTERFACE;
-    *out = static_cast<IMAPIProp*>(this);
-    AddRef();
-    return S_OK;
-  }
 
   HRESULT STDMETHODCALLTYPE OpenProperty(ULONG tag, LPCIID iid, ULONG, ULONG, LPUNKNOWN* out) override {
     if (!out) return E_POINTER;
@@ -684,14 +618,14 @@ class MapiObject final : public RefCounted<IMAPIProp> {
     if (auto injected = state_->takeFailure(Operation::OpenProperty)) return *injected;
     if (tag != kConfigPropertyTag) return MAPI_E_NOT_FOUND;
     if (!iid || *iid != IID_IUnknown) return MAPI_E_INTERFACE_NOT_SUPPORTED;
-    return guarded([&]() -> HRESULT {
+    return zelvo::comBoundary([&]() -> HRESULT {
       if (!folder_) {
-        *out = sharedGlobalConfig(state_);
+        *out = sharedGlobalConfig(state_).detach();
         return S_OK;
       }
       std::lock_guard<std::recursive_mutex> lock(state_->mutex);
       if (!state_->mailbox.findFolder(*folder_)) return MAPI_E_NOT_FOUND;
-      *out = static_cast<IFolderConfig*>(new FolderConfigObject(state_, *folder_));
+      *out = ComRef<IFolderConfig>::adopt(new FolderConfigObject(state_, *folder_)).detach();
       return S_OK;
     });
   }
@@ -791,26 +725,25 @@ size_t Store::pendingFailures() const {
   return pending;
 }
 
-IGlobalConfig* Store::globalConfig() { return sharedGlobalConfig(state_); }
+ComRef<IGlobalConfig> Store::globalConfig() { return sharedGlobalConfig(state_); }
 
-IFolderConfig* Store::folderConfig(const std::wstring& path) {
+ComRef<IFolderConfig> Store::folderConfig(const std::wstring& path) {
   std::lock_guard<std::recursive_mutex> lock(state_->mutex);
   if (!state_->mailbox.findFolder(path)) ZEL_HERE.raise(MAPI_E_NOT_FOUND, L"No such folder in the mailbox");
-  return new FolderConfigObject(state_, path);
+  return ComRef<IFolderConfig>::adopt(new FolderConfigObject(state_, path));
 }
 
-IAbConfig* Store::abConfig() {
+ComRef<IAbConfig> Store::abConfig() {
   std::lock_guard<std::recursive_mutex> lock(state_->mutex);
-  if (state_->abConfig) state_->abConfig->AddRef();
   return state_->abConfig;
 }
 
-IMAPIProp* Store::mapiStore() { return new MapiObject(state_, std::nullopt); }
+ComRef<IMAPIProp> Store::mapiStore() { return ComRef<IMAPIProp>::adopt(new MapiObject(state_, std::nullopt)); }
 
-IMAPIProp* Store::mapiFolder(const std::wstring& path) {
+ComRef<IMAPIProp> Store::mapiFolder(const std::wstring& path) {
   std::lock_guard<std::recursive_mutex> lock(state_->mutex);
   if (!state_->mailbox.findFolder(path)) ZEL_HERE.raise(MAPI_E_NOT_FOUND, L"No such folder in the mailbox");
-  return new MapiObject(state_, path);
+  return ComRef<IMAPIProp>::adopt(new MapiObject(state_, path));
 }
 
 }  // namespace ReferenceStore

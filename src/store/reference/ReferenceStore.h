@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "base/ComRef.h"
 #include "store/StoreInterfaces.h"
 #include "store/reference/Mailbox.h"
 
@@ -76,14 +77,14 @@ class Store {
   // New references. The store's one IGlobalConfig; a folder's IFolderConfig (raises
   // MAPI_E_NOT_FOUND for an unknown path); MAPI objects whose OpenProperty of
   // kConfigPropertyTag gives those.
-  IGlobalConfig* globalConfig();
-  IFolderConfig* folderConfig(const std::wstring& path);
-  IMAPIProp* mapiStore();
-  IMAPIProp* mapiFolder(const std::wstring& path);
+  ComRef<IGlobalConfig> globalConfig();
+  ComRef<IFolderConfig> folderConfig(const std::wstring& path);
+  ComRef<IMAPIProp> mapiStore();
+  ComRef<IMAPIProp> mapiFolder(const std::wstring& path);
 
   // A new reference to the call-back that setAbConfig handed over, or null: what the
   // service calls, on threads of its own, to have the address book changed.
-  IAbConfig* abConfig();
+  ComRef<IAbConfig> abConfig();
 
  private:
   std::shared_ptr<StoreState> state_;

@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "base/HResultException.h"
 #include "platform/Win32.h"
 
 template <class T>
@@ -43,6 +44,17 @@ class ComRef {
     return &p_;
   }
   void** putVoid() { return reinterpret_cast<void**>(put()); }
+
+  // QueryInterface for iid. Raises the query's failure, and E_NOINTERFACE for a null
+  // answer or a null pointer held.
+  template <class U>
+  ComRef<U> as(REFIID iid) const {
+    if (!p_) ZEL_HERE.raise(E_NOINTERFACE);
+    ComRef<U> result;
+    ZEL_CHECK(p_->QueryInterface(iid, result.putVoid()));
+    if (!result) ZEL_HERE.raise(E_NOINTERFACE);
+    return result;
+  }
 
  private:
   T* p_ = nullptr;

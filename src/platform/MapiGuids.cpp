@@ -1,0 +1,12 @@
+#include "platform/Mapi.h"
+
+// The MAPI interface IIDs: {000203xx-0000-0000-C000-000000000046}.
+#define ZEL_MAPI_IID(name, low) \
+  extern "C" const IID name = {low, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}}
+
+ZEL_MAPI_IID(IID_IMAPISession, 0x00020300);
+ZEL_MAPI_IID(IID_IMAPITable, 0x00020301);
+ZEL_MAPI_IID(IID_IMAPIProp, 0x00020303);
+ZEL_MAPI_IID(IID_IMsgStore, 0x00020306);
+ZEL_MAPI_IID(IID_IMAPIContainer, 0x0002030B);
+ZEL_MAPI_IID(IID_IMAPIFolder, 0x0002030C);
