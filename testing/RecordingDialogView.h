@@ -55,11 +55,6 @@ class RecordingDialogView : public ui::DialogView {
   // The state of a control; a control never touched reads as a fresh one.
   const Control& control(ui::ControlId id) const;
   std::vector<std::wstring> items(ui::ControlId id) const { return control(id).items; }
-  void forget() {
-    messages_.clear();
-    beeps_.clear();
-    failures_.clear();
-  }
 
   // --- DialogView -----------------------------------------------------------------------
   std::wstring getText(ui::ControlId id) const override { return control(id).text; }

@@ -84,10 +84,4 @@ TEST(RecordingDialogView, MessageBoxesAreRecordedAndAnsweredInOrder) {
   EXPECT_EQ(view.messages()[2].style, mb::yesNo | mb::iconQuestion);
 }
 
-TEST(RecordingDialogView, EndingTwiceFailsTheTest) {
-  RecordingDialogView view;
-  view.endDialog(kIdOk);
-  EXPECT_NONFATAL_FAILURE(view.endDialog(kIdCancel), "ended twice");
-}
-
 }  // namespace

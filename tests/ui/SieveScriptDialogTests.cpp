@@ -115,6 +115,7 @@ TEST_P(ScriptDialogEmpty, AsksWhetherToKeepAnEmptyScript) {
   ASSERT_EQ(view.messages().size(), 1u);
   EXPECT_EQ(view.messages()[0].text, L"The script holds no rules. Do you want to keep it empty?");
   EXPECT_EQ(view.messages()[0].style, mb::yesNo);
+  EXPECT_EQ(view.pendingAnswers(), 0u);
   if (GetParam() == zelvo::ui::kIdYes) {
     EXPECT_EQ(view.result(), kIdOk);
   } else {

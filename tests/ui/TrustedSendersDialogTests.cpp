@@ -92,18 +92,12 @@ class TrustedSendersTest : public ::testing::Test {
     view.listBoxSelect(kList, row);
     dialog->command(kList, notify::listSelChange);
   }
-  // What the mailbox holds now, read back from the store by a fresh rule set.
-  Senders storedSenders() {
+  // What the mailbox holds once saved, read back from the store by a fresh rule set.
+  std::unique_ptr<Sieve::SieveRules> saved() {
     rules.saveSieveScript(config);
-    Sieve::SieveRules fresh;
-    fresh.loadSieveScript(config, false, nullptr);
-    return fresh.getJunkEmailTrustedSenders();
-  }
-  bool storedTrustContacts() {
-    rules.saveSieveScript(config);
-    Sieve::SieveRules fresh;
-    fresh.loadSieveScript(config, false, nullptr);
-    return fresh.getJunkEmailTrustContacts();
+    auto fresh = std::make_unique<Sieve::SieveRules>();
+    fresh->loadSieveScript(config, false, nullptr);
+    return fresh;
   }
 };
 
@@ -195,7 +189,7 @@ TEST_F(TrustedSendersTest, AddingStoresTheTrimmedTextAtTheEnd) {
   EXPECT_EQ(view.defaultButton(), kIdOk);
   press(kIdOk);
   EXPECT_EQ(view.result(), kIdOk);
-  EXPECT_EQ(storedSenders(), (Senders{L"known@example.org", L"new@example.org"}));
+  EXPECT_EQ(saved()->getJunkEmailTrustedSenders(), (Senders{L"known@example.org", L"new@example.org"}));
 }
 
 TEST_F(TrustedSendersTest, AnEntryDifferingOnlyInCaseIsRefusedWithTheBeep) {
@@ -250,8 +244,8 @@ TEST_F(TrustedSendersTest, RemovingTheLastEntryMovesTheFocusToTheEditFieldAndSto
   press(kRemove);  // nothing selected: nothing happens
   EXPECT_TRUE(view.failures().empty());
   press(kIdOk);
-  EXPECT_EQ(storedSenders(), Senders{});
-  EXPECT_TRUE(storedTrustContacts());
+  EXPECT_EQ(saved()->getJunkEmailTrustedSenders(), Senders{});
+  EXPECT_TRUE(saved()->getJunkEmailTrustContacts());
 }
 
 TEST_F(TrustedSendersTest, OkStoresTheCheckBox) {
@@ -259,8 +253,8 @@ TEST_F(TrustedSendersTest, OkStoresTheCheckBox) {
   view.setChecked(kTrustContacts, true);
   press(kIdOk);
   EXPECT_EQ(view.result(), kIdOk);
-  EXPECT_TRUE(storedTrustContacts());
-  EXPECT_EQ(storedSenders(), Senders{L"a@x.org"});
+  EXPECT_TRUE(saved()->getJunkEmailTrustContacts());
+  EXPECT_EQ(saved()->getJunkEmailTrustedSenders(), Senders{L"a@x.org"});
 }
 
 TEST_F(TrustedSendersTest, CancelStoresNothing) {
