@@ -123,8 +123,9 @@ struct VariantRead {
 
 const VariantRead kReads[] = {
     {"int", [] { return Variant::fromInt32(-5); }, S_OK, -5, S_OK, L"-5", S_OK, true},
-    {"large unsigned", [] { return Variant::fromUInt32(0xFFFFFFFFu); }, DISP_E_OVERFLOW, 0, S_OK, L"4294967295", S_OK,
-     true},
+    {"large unsigned", [] { return Variant::fromUInt32(0xFFFFFFFFu); }, S_OK, -1, S_OK, L"4294967295", S_OK, true},
+    {"beyond 32 bits", [] { return Variant::fromText(L"5000000000"); }, DISP_E_OVERFLOW, 0, S_OK, L"5000000000",
+     S_OK, true},
     {"true", [] { return Variant::fromBool(true); }, S_OK, -1, S_OK, L"-1", S_OK, true},
     {"false", [] { return Variant::fromBool(false); }, S_OK, 0, S_OK, L"0", S_OK, false},
     {"number text", [] { return Variant::fromText(L"12"); }, S_OK, 12, S_OK, L"12", S_OK, true},

@@ -94,6 +94,17 @@ HRESULT dereference(const VARIANT& source, VARIANT& out) {
   return S_OK;
 }
 
+// Bytes of an integer type; 0 for the others.
+unsigned integerWidth(VARTYPE vt) {
+  switch (vt) {
+    case VT_I1: case VT_UI1: return 1;
+    case VT_I2: case VT_UI2: return 2;
+    case VT_I4: case VT_UI4: case VT_INT: case VT_UINT: return 4;
+    case VT_I8: case VT_UI8: return 8;
+    default: return 0;
+  }
+}
+
 // A number read from any numeric source; false for a value out of the 64-bit range.
 bool numberOf(const VARIANT& v, long double& out) {
   switch (v.vt) {
@@ -232,7 +243,7 @@ HRESULT VariantClear(VARIANTARG* pvarg) {
   return S_OK;
 }
 
-HRESULT VariantCopy(VARIANTARG* pvargDest, const VARIANTARG* pvargSrc) {
+HRESULT VariantCopy(VARIANTARG* pvargDest, VARIANTARG* pvargSrc) {
   if (!pvargDest || !pvargSrc) return E_INVALIDARG;
   if (!knownType(pvargSrc->vt)) return DISP_E_BADVARTYPE;
   if (pvargDest == pvargSrc) return S_OK;
@@ -252,7 +263,7 @@ HRESULT VariantCopy(VARIANTARG* pvargDest, const VARIANTARG* pvargSrc) {
   return S_OK;
 }
 
-HRESULT VariantChangeType(VARIANTARG* pvargDest, const VARIANTARG* pvarSrc, USHORT wFlags, VARTYPE vt) {
+HRESULT VariantChangeType(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, USHORT wFlags, VARTYPE vt) {
   if (!pvargDest || !pvarSrc) return E_INVALIDARG;
   if (!knownType(pvarSrc->vt) || (vt & (VT_BYREF | VT_ARRAY)) || !plainType(vt)) return DISP_E_BADVARTYPE;
   VARIANT source;
@@ -260,8 +271,13 @@ HRESULT VariantChangeType(VARIANTARG* pvargDest, const VARIANTARG* pvarSrc, USHO
   if (FAILED(hr)) return hr;
   VARIANT result;
   VariantInit(&result);
+  const unsigned width = integerWidth(source.vt);
   if (source.vt == vt) {
     hr = VariantCopy(&result, &source);
+  } else if (width != 0 && width == integerWidth(vt)) {
+    // Between the signed and unsigned integers of one width automation keeps the bits.
+    result = source;
+    result.vt = vt;
   } else if (vt == VT_EMPTY) {
     hr = S_OK;
   } else if (source.vt == VT_NULL || vt == VT_NULL || vt == VT_ERROR || source.vt == VT_ERROR) {

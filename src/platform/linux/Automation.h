@@ -261,8 +261,10 @@ struct IConnectionPointContainer : public IUnknown {
 
 void VariantInit(VARIANTARG* pvarg);
 HRESULT VariantClear(VARIANTARG* pvarg);
-HRESULT VariantCopy(VARIANTARG* pvargDest, const VARIANTARG* pvargSrc);
-HRESULT VariantChangeType(VARIANTARG* pvargDest, const VARIANTARG* pvarSrc, USHORT wFlags, VARTYPE vt);
+// The sources are not const, as in the cross compiler's headers, so that code written
+// here builds there too.
+HRESULT VariantCopy(VARIANTARG* pvargDest, VARIANTARG* pvargSrc);
+HRESULT VariantChangeType(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, USHORT wFlags, VARTYPE vt);
 
 static_assert(sizeof(VARIANT) == 8 + 2 * sizeof(void*), "VARIANT layout");
 static_assert(sizeof(DISPPARAMS) == 2 * sizeof(void*) + 8, "DISPPARAMS layout");
