@@ -92,9 +92,17 @@ class ConfigProperties final
   void STDMETHODCALLTYPE setRules(Sieve::SieveRule* first) override { SieveRules::setRules(first); }
   Sieve::SieveRule* STDMETHODCALLTYPE getRules(bool copy) override { return SieveRules::getRules(copy); }
   HRESULT STDMETHODCALLTYPE getSenderSettings(AddIn::ISenderSettings** settings) override;
-  void STDMETHODCALLTYPE setConfirmMarkAsSpam(bool confirm) override { confirmMarkAsSpam_ = confirm; }
+  // The local options have no state of their own; without marking the object, a page
+  // whose only change is one of them would never get its Apply.
+  void STDMETHODCALLTYPE setConfirmMarkAsSpam(bool confirm) override {
+    confirmMarkAsSpam_ = confirm;
+    state_ = kModified;
+  }
   bool STDMETHODCALLTYPE getConfirmMarkAsSpam() override { return confirmMarkAsSpam_; }
-  void STDMETHODCALLTYPE setCheckDefaultStore(bool check) override { checkDefaultStore_ = check; }
+  void STDMETHODCALLTYPE setCheckDefaultStore(bool check) override {
+    checkDefaultStore_ = check;
+    state_ = kModified;
+  }
   bool STDMETHODCALLTYPE getCheckDefaultStore() override { return checkDefaultStore_; }
 
   ULONG state() const { return state_; }

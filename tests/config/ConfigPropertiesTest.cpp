@@ -2,6 +2,8 @@
 // against the reference store and its injected failures.
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "config/ConfigProperties.h"
 #include "store/reference/ReferenceStore.h"
 #include "tests/config/DataObjectsSupport.h"
@@ -220,6 +222,49 @@ TEST_F(ConfigPropertiesTest, ApplyShowsTheOutOfOfficeStateOnceAndSurvivesAFailin
   button->failing = {L"State"};
   options()->setOutOfOfficeControl(button.get());
   EXPECT_EQ(call(data(), L"Apply"), S_OK);
+}
+
+// Every kind of change alone is enough for the pages to apply, and Apply ends it.
+TEST_F(ConfigPropertiesTest, EachKindOfChangeMakesTheObjectDirtyUntilApplied) {
+  const struct {
+    const char* change;
+    std::function<void()> make;
+  } changes[] = {
+      {"junk e-mail", [this] { options()->setJunkEmailEnabled(true); }},
+      {"sender", [this] { sender()->setExtraText(L"text"); }},
+      {"delegate", [this] {
+         ComRef<AddIn::IDelegationList> list;
+         ASSERT_EQ(object->QueryInterface(AddIn::IID_IDelegationList, list.putVoid()), S_OK);
+         bool grant = false;
+         EXPECT_EQ(list->toggleDelegate(4, &grant), S_OK);
+       }},
+      {"confirm option", [this] { options()->setConfirmMarkAsSpam(false); }},
+      {"store check option", [this] { options()->setCheckDefaultStore(false); }},
+  };
+  for (const auto& c : changes) {
+    SCOPED_TRACE(c.change);
+    store.setMailbox(optionsMailbox());
+    object = make();
+    ASSERT_EQ(initialize(7), S_OK);
+    ASSERT_FALSE(dirty());
+    c.make();
+    EXPECT_TRUE(dirty());
+    EXPECT_EQ(call(data(), L"Apply"), S_OK);
+    EXPECT_FALSE(dirty());
+  }
+}
+
+TEST_F(ConfigPropertiesTest, ValidateSieveScriptLoadsTheRulesOnlyWhenNotYetRead) {
+  ASSERT_EQ(initialize(7), S_OK);
+  store.failNext(Operation::GetSieveScript, MAPI_E_NETWORK_ERROR);
+  EXPECT_EQ(call(data(), L"ValidateSieveScript", {Variant::fromInt32(0)}), S_OK);
+  EXPECT_EQ(store.pendingFailures(), 1u) << "rules read already are not read again";
+
+  object = make();
+  ASSERT_EQ(initialize(1), S_OK);
+  EXPECT_EQ(call(data(), L"ValidateSieveScript", {Variant::fromInt32(0)}), MAPI_E_NETWORK_ERROR);
+  EXPECT_EQ(call(data(), L"ValidateSieveScript", {Variant::fromInt32(0)}), S_OK);
+  EXPECT_EQ(object->getSieveStatus(), Sieve::SieveStatus::Loaded);
 }
 
 }  // namespace
