@@ -95,6 +95,7 @@ HRESULT ConfigProperties::Initialize(IUnknown* session, IUnknown* globalConfig, 
 }
 
 HRESULT ConfigProperties::Reset() {
+  // Both hold true even when the registry cannot be read.
   confirmMarkAsSpam_ = true;
   checkDefaultStore_ = true;
   confirmMarkAsSpam_ = readLocalOption(kConfirmMarkAsSpam, true, registry());

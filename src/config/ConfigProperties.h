@@ -105,8 +105,6 @@ class ConfigProperties final
   }
   bool STDMETHODCALLTYPE getCheckDefaultStore() override { return checkDefaultStore_; }
 
-  ULONG state() const { return state_; }
-
  protected:
   // A change of the delegates is a change of the object.
   void onChanged() override { state_ = kModified; }
