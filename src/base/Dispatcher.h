@@ -57,6 +57,9 @@ class DispatchCall {
   Variant value() const { return Variant::copyOf(params_.rgvarg[0]); }
 
   Variant result;
+  // A success code other than S_OK that the member answers (S_FALSE for a partial load);
+  // failures are raised instead.
+  HRESULT answer = S_OK;
   // The rgvarg index of the argument that failed to convert, for puArgErr.
   mutable UINT argumentError = 0;
 
@@ -121,7 +124,7 @@ class DispatchTable {
       VariantInit(result);
       *result = call.result.detach();
     }
-    return hr;
+    return call.answer;
   }
 
  private:

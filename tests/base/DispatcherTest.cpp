@@ -43,6 +43,11 @@ const zelvo::DispatchTable<Sample>& Sample::dispatchTable() {
       {L"Count", 6, DISPATCH_PROPERTYGET, 0, [](Sample&, DispatchCall& call) { call.result = Variant::fromInt32(7); }},
       {L"HasObject", 7, DISPATCH_METHOD, 1,
        [](Sample&, DispatchCall& call) { call.result = Variant::fromBool(call.unknown(0).get() != nullptr); }},
+      {L"Partly", 8, DISPATCH_METHOD, 1,
+       [](Sample&, DispatchCall& call) {
+         call.result = Variant::fromText(L"done");
+         if (call.boolean(0)) call.answer = S_FALSE;
+       }},
   });
   return table;
 }
@@ -125,6 +130,8 @@ const InvokeCase kInvokes[] = {
     {"unknown id", 99, DISPATCH_METHOD, {}, false, DISP_E_MEMBERNOTFOUND, L"", 0},
     {"put without the named argument", 1, DISPATCH_PROPERTYPUT, {text(L"x")}, false, DISP_E_PARAMNOTFOUND, L"", 0},
     {"body's own failure", 5, DISPATCH_METHOD, {}, false, E_ACCESSDENIED, L"", 0},
+    {"body's own success code", 8, DISPATCH_METHOD, {Variant::fromBool(true)}, false, S_FALSE, L"done", 0},
+    {"body without a code of its own", 8, DISPATCH_METHOD, {Variant::fromBool(false)}, false, S_OK, L"done", 0},
 };
 
 // rgvarg holds the arguments last first; a put's value is the named one at index 0.
