@@ -15,7 +15,7 @@
 class Variant {
  public:
   Variant() { VariantInit(&v_); }
-  Variant(const Variant& other) : Variant() { ZEL_CHECK(VariantCopy(&v_, &other.v_)); }
+  Variant(const Variant& other) : Variant() { ZEL_CHECK(VariantCopy(&v_, source(other.v_))); }
   Variant(Variant&& other) noexcept : v_(other.v_) { VariantInit(&other.v_); }
   Variant& operator=(Variant other) noexcept {
     std::swap(v_, other.v_);
@@ -70,7 +70,7 @@ class Variant {
   // A copy of any VARIANT, references followed.
   static Variant copyOf(const VARIANT& value) {
     Variant result;
-    ZEL_CHECK(VariantCopy(&result.v_, &value));
+    ZEL_CHECK(VariantCopy(&result.v_, source(value)));
     return result;
   }
 
@@ -92,7 +92,7 @@ class Variant {
   // The value converted to type, or the conversion's failure raised.
   Variant changedTo(VARTYPE type) const {
     Variant result;
-    ZEL_CHECK(VariantChangeType(&result.v_, &v_, 0, type));
+    ZEL_CHECK(VariantChangeType(&result.v_, source(v_), 0, type));
     return result;
   }
   bool toBool() const { return changedTo(VT_BOOL).v_.boolVal != VARIANT_FALSE; }
@@ -107,5 +107,8 @@ class Variant {
   ComRef<IDispatch> toDispatch() const { return ComRef<IDispatch>(changedTo(VT_DISPATCH).v_.pdispVal); }
 
  private:
+  // Some SDK headers declare the source of a copy or conversion without const; it is only read.
+  static VARIANTARG* source(const VARIANT& value) { return const_cast<VARIANTARG*>(&value); }
+
   VARIANT v_;
 };
