@@ -80,11 +80,19 @@ void allocatorFromConfig(Config* config, ComRef<IStoreAllocator>& out) {
   out = allocator.template as<IStoreAllocator>(IID_IStoreAllocator);
 }
 
-// A host object read by name, or null when the host answered nothing.
-ComRef<IDispatch> objectProperty(IDispatch* object, const wchar_t* name) {
-  const Variant value = zelvo::getProperty(object, name);
+ComRef<IDispatch> objectOf(const Variant& value) {
   if (value.type() != VT_DISPATCH && value.type() != VT_UNKNOWN) return ComRef<IDispatch>();
   return value.toDispatch();
+}
+
+// A host object read by name, or null when the host answered nothing.
+ComRef<IDispatch> objectProperty(IDispatch* object, const wchar_t* name) {
+  return objectOf(zelvo::getProperty(object, name));
+}
+
+// The same from a method without arguments; the active windows are methods of the host.
+ComRef<IDispatch> objectFromMethod(IDispatch* object, const wchar_t* name) {
+  return objectOf(zelvo::callMethod(object, name));
 }
 
 int hexDigit(wchar_t c) {
@@ -319,10 +327,10 @@ int getStoreGuid(NameSpace nameSpace, Guid& out) {
   if (!nameSpace.object) return 0;
   const ComRef<IDispatch> application = objectProperty(nameSpace.object, L"Application");
   if (!application) return 0;
-  const ComRef<IDispatch> explorer = objectProperty(application.get(), L"ActiveExplorer");
+  const ComRef<IDispatch> explorer = objectFromMethod(application.get(), L"ActiveExplorer");
   const int status = getStoreGuid(Explorer{explorer.get()}, out);
   if (status != 0) return status;
-  const ComRef<IDispatch> inspector = objectProperty(application.get(), L"ActiveInspector");
+  const ComRef<IDispatch> inspector = objectFromMethod(application.get(), L"ActiveInspector");
   return getStoreGuid(Inspector{inspector.get()}, out);
 }
 
