@@ -52,7 +52,9 @@ struct StoreConfigEntry {
 using MsgStoresMap = std::map<Guid, MsgStoreEntry>;
 using StoreConfigs = std::map<Guid, StoreConfigEntry>;
 
-// A row set of a MAPI table, freed as FreeProws does: each row's values, then the set.
+// A row set of a MAPI table, freed as FreeProws does: each row's values, then the set,
+// through MAPIFreeBuffer. Done here rather than by FreeProws, which not every MAPI
+// library in the field provides.
 class RowSet {
  public:
   RowSet() = default;
@@ -65,7 +67,9 @@ class RowSet {
     return &rows_;
   }
   void reset() {
-    if (rows_) FreeProws(rows_);
+    if (!rows_) return;
+    for (ULONG i = 0; i < rows_->cRows; ++i) MAPIFreeBuffer(rows_->aRow[i].lpProps);
+    MAPIFreeBuffer(rows_);
     rows_ = nullptr;
   }
   ULONG count() const { return rows_ ? rows_->cRows : 0; }

@@ -336,7 +336,7 @@ class StoresTable final : public iui_::IUnknownImpl<IMAPITable> {
       hr = MAPIAllocateBuffer(static_cast<ULONG>(columns.size() * sizeof(SPropValue)),
                               reinterpret_cast<void**>(&row.lpProps));
       if (FAILED(hr)) {
-        FreeProws(set);
+        freeRows(set);
         return hr;
       }
       std::memset(row.lpProps, 0, columns.size() * sizeof(SPropValue));
@@ -346,7 +346,7 @@ class StoresTable final : public iui_::IUnknownImpl<IMAPITable> {
       for (size_t c = 0; c < columns.size(); ++c) {
         hr = fill(slot, columns[c], row.lpProps[c], row.lpProps);
         if (FAILED(hr)) {
-          FreeProws(set);
+          freeRows(set);
           return hr;
         }
       }
@@ -397,6 +397,12 @@ class StoresTable final : public iui_::IUnknownImpl<IMAPITable> {
   HRESULT STDMETHODCALLTYPE SetCollapseState(ULONG, ULONG, LPBYTE, BOOKMARK*) override { return MAPI_E_NO_SUPPORT; }
 
  private:
+  // Each row's values, then the set, as a caller frees them.
+  static void freeRows(LPSRowSet set) {
+    for (ULONG i = 0; i < set->cRows; ++i) MAPIFreeBuffer(set->aRow[i].lpProps);
+    MAPIFreeBuffer(set);
+  }
+
   static HRESULT copyBytes(const void* data, size_t size, SPropValue& value, void* parent) {
     value.Value.bin.cb = static_cast<ULONG>(size);
     if (size == 0) return S_OK;
