@@ -107,6 +107,8 @@ struct JoinCase {
   std::map<int, std::pair<StoreKind, int>> expected;
 };
 
+void PrintTo(const JoinCase& c, std::ostream* os) { *os << c.name; }
+
 class StoreJoining : public StoreDiscovery, public ::testing::WithParamInterface<JoinCase> {};
 
 TEST_P(StoreJoining, EachStoreGetsItsKindAndTheConfigOfItsServicesPrivateStore) {
@@ -185,6 +187,8 @@ struct NoPrivateCase {
   std::string profile;
 };
 
+void PrintTo(const NoPrivateCase& c, std::ostream* os) { *os << c.name; }
+
 class NoPrivateStore : public StoreDiscovery, public ::testing::WithParamInterface<NoPrivateCase> {};
 
 TEST_P(NoPrivateStore, RaisesNotFoundWithItsMessage) {
@@ -242,6 +246,8 @@ struct InjectedFailure {
   HRESULT code;
 };
 
+void PrintTo(const InjectedFailure& c, std::ostream* os) { *os << utf8(c.member); }
+
 class InjectedFailures : public StoreDiscovery, public ::testing::WithParamInterface<InjectedFailure> {};
 
 TEST_P(InjectedFailures, RaiseTheirCodeAndLeakNothing) {
@@ -293,6 +299,8 @@ struct StatusCase {
   std::string profile;
   int expected;
 };
+
+void PrintTo(const StatusCase& c, std::ostream* os) { *os << c.name; }
 
 class DefaultStoreStatus : public StoreDiscovery, public ::testing::WithParamInterface<StatusCase> {};
 
@@ -418,6 +426,8 @@ struct HexCase {
   size_t size;
 };
 
+void PrintTo(const HexCase& c, std::ostream* os) { *os << utf8(c.text); }
+
 class HexText : public ::testing::TestWithParam<HexCase> {};
 
 TEST_P(HexText, DecodesUpperCaseDigitPairsOnly) {
@@ -540,6 +550,8 @@ struct VersionCase {
   ULONG major, minor, build, revision;
 };
 
+void PrintTo(const VersionCase& c, std::ostream* os) { *os << utf8(c.text); }
+
 class HostVersion : public StoreDiscovery, public ::testing::WithParamInterface<VersionCase> {};
 
 TEST_P(HostVersion, IsScannedFromTheVersionText) {
@@ -588,6 +600,8 @@ struct BadProfile {
   const char* text;
   const wchar_t* message;
 };
+
+void PrintTo(const BadProfile& c, std::ostream* os) { *os << c.text; }
 
 class ProfileErrors : public ::testing::TestWithParam<BadProfile> {};
 
