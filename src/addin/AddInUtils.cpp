@@ -176,6 +176,33 @@ bool getMsgStoresMap(IMAPISession* session, MsgStoresMap& map) {
   }
 }
 
+std::vector<ComRef<IMsgStore>> getMsgStores(IDispatch* nameSpace) {
+  if (!nameSpace) ZEL_HERE.raise(E_INVALIDARG);
+  const ComRef<IMAPISession> session = sessionOf(nameSpace);
+  ComRef<IMAPITable> table;
+  ZEL_CHECK(session->GetMsgStoresTable(0, table.put()));
+  TagArray<1> columns;
+  columns.aulPropTag[0] = PR_ENTRYID;
+  ZEL_CHECK(table->SetColumns(reinterpret_cast<LPSPropTagArray>(&columns), 0));
+  std::vector<ComRef<IMsgStore>> stores;
+  for (;;) {
+    RowSet rows;
+    ZEL_CHECK(table->QueryRows(static_cast<LONG>(kMsgStoresBatch), 0, rows.put()));
+    if (rows.count() == 0) return stores;
+    for (ULONG i = 0; i < rows.count(); ++i) {
+      const SRow& row = rows[i];
+      if (row.cValues != 1 || !row.lpProps || row.lpProps[0].ulPropTag != PR_ENTRYID) ZEL_HERE.raise(E_INVALIDARG);
+      std::string entryId(reinterpret_cast<const char*>(row.lpProps[0].Value.bin.lpb), row.lpProps[0].Value.bin.cb);
+      ComRef<IMsgStore> store;
+      ZEL_CHECK(session->OpenMsgStore(0, static_cast<ULONG>(entryId.size()),
+                                      reinterpret_cast<LPENTRYID>(entryId.data()), &IID_IMsgStore,
+                                      MAPI_BEST_ACCESS, store.put()));
+      if (!store) ZEL_HERE.raise(E_FAIL);
+      stores.push_back(store);
+    }
+  }
+}
+
 void getConfigForObject(IMAPIProp* object, ComRef<IGlobalConfig>& out) {
   configForObject(object, out, IID_IGlobalConfig);
 }

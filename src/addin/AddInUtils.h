@@ -97,6 +97,9 @@ bool getMsgStoresMap(IMAPISession* session, MsgStoresMap& map);
 
 // The store's or folder's configuration object, by OpenProperty of the configuration
 // property; a foreign object refuses it, and that refusal is raised.
+// Every message store of the profile, the product's and foreign ones, opened in table order.
+std::vector<ComRef<IMsgStore>> getMsgStores(IDispatch* nameSpace);
+
 void getConfigForObject(IMAPIProp* object, ComRef<IGlobalConfig>& out);
 void getConfigForObject(IMAPIProp* object, ComRef<IFolderConfig>& out);
 
