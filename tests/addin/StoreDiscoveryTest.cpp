@@ -2,6 +2,8 @@
 // account, what the window in front names, and that every row and buffer goes back.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
@@ -266,6 +268,24 @@ INSTANTIATE_TEST_SUITE_P(Members, InjectedFailures,
                                            InjectedFailure{L"SetColumns", MAPI_E_BUSY},
                                            InjectedFailure{L"MAPIOBJECT", E_ACCESSDENIED}),
                          [](const auto& info) { return utf8(info.param.member); });
+
+TEST_F(StoreDiscovery, EveryStoreOfTheProfileIsOpenedAndOnlyTheProductsHaveConfigs) {
+  StandIn& h = host(storeLine(L"foreign", 0, 9) + storeLine(L"public", 1, 2) + storeLine(L"private", 1, 1));
+  const auto stores = AddIn::Utils::details::getMsgStores(h.nameSpace().get());
+  ASSERT_EQ(stores.size(), 3u);
+  EXPECT_EQ(countCalls(h, L"IMAPISession.OpenMsgStore"), 3u);
+  bool configs[3] = {};
+  for (size_t i = 0; i < stores.size(); ++i) {
+    ComRef<IUnknown> config;
+    configs[i] = SUCCEEDED(stores[i]->OpenProperty(kConfigPropertyTag, &IID_IUnknown, 0, 0, config.put()));
+  }
+  EXPECT_FALSE(configs[0]);
+  EXPECT_TRUE(configs[1]);
+  EXPECT_TRUE(configs[2]);
+  h.failNext(L"OpenMsgStore", MAPI_E_FAILONEPROVIDER);
+  EXPECT_EQ(raised([&] { AddIn::Utils::details::getMsgStores(h.nameSpace().get()); }).getHResult(),
+            MAPI_E_FAILONEPROVIDER);
+}
 
 TEST_F(StoreDiscovery, ForeignStoreRefusesTheConfigProperty) {
   StandIn& h = host(storeLine(L"foreign", 0, 1));
@@ -594,6 +614,26 @@ TEST_F(StoreDiscovery, ProfileFileWithSeveralStoresIsFound) {
   Guid store;
   ASSERT_EQ(getStoreGuid(NameSpace{h.nameSpace().get()}, store), 1);
   EXPECT_EQ(configs.at(store).config.get(), configs.at(guid(key(1).c_str())).config.get());
+}
+
+TEST_F(StoreDiscovery, ProfileStoreReadsItsSavedMailbox) {
+  const auto folder = zelvo::testing::uniqueTempPath("standin-profile");
+  std::filesystem::create_directories(folder / "work");
+  ReferenceStore::Mailbox mailbox;
+  mailbox.folderNames[6] = L"Posteingang";
+  ReferenceStore::saveMailbox(mailbox, (folder / "work").string());
+  {
+    std::ofstream profile(folder / "profile.txt", std::ios::binary);
+    profile << storeLine(L"private", 1, 1, " mailbox=work");
+  }
+  host_ = StandIn::load((folder / "profile.txt").string());
+  StoreConfigs configs;
+  getMsoGlobalConfigs(host_->nameSpace().get(), configs);
+  const ComRef<IGlobalConfig> config = configs.at(guid(key(1).c_str())).config;
+  EXPECT_EQ(translateFolderName(config.get(), L"Inbox", 6), L"Posteingang");
+  // The profile's service wins over what the saved mailbox says.
+  EXPECT_EQ(host_->store(0).mailbox().serviceUid, guid(service(1).c_str()));
+  std::filesystem::remove_all(folder);
 }
 
 struct BadProfile {
