@@ -1,0 +1,812 @@
+#include "testing/outlook/StandIn.h"
+
+#include <cstddef>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <optional>
+
+#include "base/Dispatcher.h"
+#include "base/Iui.h"
+#include "base/Variant.h"
+
+ZEL_IUI_INTERFACE(IMAPISession, IID_IMAPISession)
+ZEL_IUI_INTERFACE(IMAPITable, IID_IMAPITable)
+ZEL_IUI_INTERFACE(IMsgStore, IID_IMsgStore)
+ZEL_IUI_INTERFACE(IMAPIContainer, IID_IMAPIContainer)
+ZEL_IUI_INTERFACE(IMAPIFolder, IID_IMAPIFolder)
+
+namespace OutlookStandIn {
+
+// _Explorer and _Inspector of the host's type library.
+const IID IID_OutlookExplorer = {0x00063003, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_OutlookInspector = {0x00063005, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+
+namespace {
+
+const wchar_t* providerName(StoreKind kind) {
+  switch (kind) {
+    case StoreKind::Private: return L"Zelvo Mail Bridge (Offline Edition) - Private Message Store Service";
+    case StoreKind::Public: return L"Zelvo Mail Bridge (Offline Edition) - Public Message Store Service";
+    case StoreKind::Delegate: return L"Zelvo Mail Bridge (Offline Edition) - Delegate Message Store Service";
+    case StoreKind::Foreign: break;
+  }
+  return L"Personal Folders";
+}
+
+ReferenceStore::StoreClass storeClassOf(StoreKind kind) {
+  if (kind == StoreKind::Public) return ReferenceStore::StoreClass::Public;
+  if (kind == StoreKind::Delegate) return ReferenceStore::StoreClass::Delegate;
+  return ReferenceStore::StoreClass::Private;
+}
+
+std::wstring hexText(const std::string& bytes) {
+  static const wchar_t digits[] = L"0123456789ABCDEF";
+  std::wstring text;
+  for (unsigned char byte : bytes) {
+    text.push_back(digits[byte >> 4]);
+    text.push_back(digits[byte & 15]);
+  }
+  return text;
+}
+
+const std::vector<ULONG>& defaultColumns() {
+  static const std::vector<ULONG> columns = {PR_DISPLAY_NAME_W, PR_PROVIDER_DISPLAY_W, PR_ENTRYID,
+                                             PR_RECORD_KEY,     PR_SERVICE_UID,        PR_DEFAULT_STORE};
+  return columns;
+}
+
+}  // namespace
+
+struct StoreSlot {
+  ProfileStore spec;
+  std::unique_ptr<ReferenceStore::Store> store;  // null for a foreign store
+  std::string entryId;
+};
+
+struct HostState {
+  Profile profile;
+  std::vector<StoreSlot> stores;
+  std::vector<std::wstring> calls;
+  std::map<std::wstring, std::deque<HRESULT>> failures;
+  std::optional<std::vector<ULONG>> answeredColumns;
+  size_t liveTables = 0;
+  ComRef<IDispatch> explorer;
+  ComRef<IDispatch> inspector;
+
+  // Records the call; a failure queued for the member is answered instead.
+  HRESULT enter(const wchar_t* object, const wchar_t* member) {
+    calls.push_back(std::wstring(object) + L"." + member);
+    auto found = failures.find(member);
+    if (found == failures.end() || found->second.empty()) return S_OK;
+    const HRESULT code = found->second.front();
+    found->second.pop_front();
+    return code;
+  }
+  // The same for the object model, whose bodies raise.
+  void call(const wchar_t* object, const wchar_t* member) {
+    const HRESULT hr = enter(object, member);
+    if (FAILED(hr)) ZEL_HERE.raise(hr);
+  }
+
+  StoreSlot& slot(size_t index) {
+    if (index >= stores.size()) ZEL_HERE.raise(E_INVALIDARG, L"no such store");
+    return stores[index];
+  }
+  StoreSlot* slotByEntryId(const void* data, ULONG size) {
+    for (auto& s : stores)
+      if (s.entryId.size() == size && std::memcmp(s.entryId.data(), data, size) == 0) return &s;
+    return nullptr;
+  }
+};
+
+namespace {
+
+// ---- MAPI ---------------------------------------------------------------------------
+
+// The IMAPIProp slots of a store or folder: OpenProperty goes to the reference store's
+// object, the rest is not part of this model.
+template <class Interface>
+class PropFace : public Interface {
+ public:
+  HRESULT STDMETHODCALLTYPE GetLastError(HRESULT, ULONG, LPMAPIERROR* error) override {
+    if (error) *error = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE SaveChanges(ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE GetProps(LPSPropTagArray, ULONG, ULONG* count, LPSPropValue* values) override {
+    if (count) *count = 0;
+    if (values) *values = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE GetPropList(ULONG, LPSPropTagArray* tags) override {
+    if (tags) *tags = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE OpenProperty(ULONG tag, LPCIID iid, ULONG options, ULONG flags,
+                                         LPUNKNOWN* out) override {
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    const HRESULT hr = state_->enter(objectName_, L"OpenProperty");
+    if (FAILED(hr)) return hr;
+    // A foreign store knows nothing of the product's configuration property.
+    if (!inner_) return MAPI_E_NOT_FOUND;
+    return inner_->OpenProperty(tag, iid, options, flags, out);
+  }
+  HRESULT STDMETHODCALLTYPE SetProps(ULONG, LPSPropValue, LPSPropProblemArray* problems) override {
+    if (problems) *problems = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE DeleteProps(LPSPropTagArray, LPSPropProblemArray* problems) override {
+    if (problems) *problems = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE CopyTo(ULONG, LPCIID, LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
+                                   LPSPropProblemArray* problems) override {
+    if (problems) *problems = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE CopyProps(LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
+                                      LPSPropProblemArray* problems) override {
+    if (problems) *problems = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE GetNamesFromIDs(LPSPropTagArray*, LPGUID, ULONG, ULONG* count,
+                                            LPMAPINAMEID** names) override {
+    if (count) *count = 0;
+    if (names) *names = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE GetIDsFromNames(ULONG, LPMAPINAMEID*, ULONG, LPSPropTagArray* tags) override {
+    if (tags) *tags = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+
+ protected:
+  std::shared_ptr<HostState> state_;
+  ComRef<IMAPIProp> inner_;
+  const wchar_t* objectName_ = L"IMAPIProp";
+};
+
+}  // namespace
+}  // namespace OutlookStandIn
+
+namespace iui_ {
+template <class I>
+struct InterfaceId<OutlookStandIn::PropFace<I>> : InterfaceId<I> {};
+}  // namespace iui_
+
+namespace OutlookStandIn {
+namespace {
+
+class MsgStore final : public iui_::IUnknownImpl<PropFace<IMsgStore>, iui_::QI<IMAPIProp>> {
+ public:
+  MsgStore(std::shared_ptr<HostState> state, ComRef<IMAPIProp> inner) {
+    state_ = std::move(state);
+    inner_ = std::move(inner);
+    objectName_ = L"IMsgStore";
+  }
+  HRESULT STDMETHODCALLTYPE Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, ULONG*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE Unadvise(ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE CompareEntryIDs(ULONG, LPENTRYID, ULONG, LPENTRYID, ULONG, ULONG*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE OpenEntry(ULONG, LPENTRYID, LPCIID, ULONG, ULONG*, LPUNKNOWN* out) override {
+    if (out) *out = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE SetReceiveFolder(LPTSTR, ULONG, ULONG, LPENTRYID) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE GetReceiveFolder(LPTSTR, ULONG, ULONG*, LPENTRYID*, LPTSTR*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE GetReceiveFolderTable(ULONG, LPMAPITABLE* table) override {
+    if (table) *table = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE StoreLogoff(ULONG*) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE AbortSubmit(ULONG, LPENTRYID, ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE GetOutgoingQueue(ULONG, LPMAPITABLE* table) override {
+    if (table) *table = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE SetLockState(LPMESSAGE, ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE FinishedMsg(ULONG, ULONG, LPENTRYID) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE NotifyNewMail(LPNOTIFICATION) override { return MAPI_E_NO_SUPPORT; }
+};
+
+// The cross compiler's headers declare the folder's window parameters 32 bits wide.
+#ifdef _WIN32
+using FolderUiParam = ULONG;
+#else
+using FolderUiParam = ULONG_PTR;
+#endif
+
+class MapiFolder final
+    : public iui_::IUnknownImpl<PropFace<IMAPIFolder>, iui_::QI<IMAPIContainer>, iui_::QI<IMAPIProp>> {
+ public:
+  MapiFolder(std::shared_ptr<HostState> state, ComRef<IMAPIProp> inner) {
+    state_ = std::move(state);
+    inner_ = std::move(inner);
+    objectName_ = L"IMAPIFolder";
+  }
+  HRESULT STDMETHODCALLTYPE GetContentsTable(ULONG, LPMAPITABLE* table) override {
+    if (table) *table = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE GetHierarchyTable(ULONG, LPMAPITABLE* table) override {
+    if (table) *table = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE OpenEntry(ULONG, LPENTRYID, LPCIID, ULONG, ULONG*, LPUNKNOWN* out) override {
+    if (out) *out = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE SetSearchCriteria(LPSRestriction, LPENTRYLIST, ULONG) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE GetSearchCriteria(ULONG, LPSRestriction*, LPENTRYLIST*, ULONG*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE CreateMessage(LPCIID, ULONG, LPMESSAGE* message) override {
+    if (message) *message = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE CopyMessages(LPENTRYLIST, LPCIID, LPVOID, FolderUiParam, LPMAPIPROGRESS, ULONG) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE DeleteMessages(LPENTRYLIST, FolderUiParam, LPMAPIPROGRESS, ULONG) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE CreateFolder(ULONG, LPTSTR, LPTSTR, LPCIID, ULONG, LPMAPIFOLDER* folder) override {
+    if (folder) *folder = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE CopyFolder(ULONG, LPENTRYID, LPCIID, LPVOID, LPTSTR, FolderUiParam, LPMAPIPROGRESS,
+                                       ULONG) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE DeleteFolder(ULONG, LPENTRYID, FolderUiParam, LPMAPIPROGRESS, ULONG) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE SetReadFlags(LPENTRYLIST, FolderUiParam, LPMAPIPROGRESS, ULONG) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE GetMessageStatus(ULONG, LPENTRYID, ULONG, ULONG*) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE SetMessageStatus(ULONG, LPENTRYID, ULONG, ULONG, ULONG*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE SaveContentsSort(LPSSortOrderSet, ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE EmptyFolder(FolderUiParam, LPMAPIPROGRESS, ULONG) override { return MAPI_E_NO_SUPPORT; }
+};
+
+// The session's store table: a snapshot of the profile's stores when it was made, with
+// the columns set, a boolean property restriction and a cursor.
+class StoresTable final : public iui_::IUnknownImpl<IMAPITable> {
+ public:
+  explicit StoresTable(std::shared_ptr<HostState> state) : state_(std::move(state)), columns_(defaultColumns()) {
+    ++state_->liveTables;
+    for (size_t i = 0; i < state_->stores.size(); ++i) visible_.push_back(i);
+  }
+  ~StoresTable() override { --state_->liveTables; }
+
+  HRESULT STDMETHODCALLTYPE SetColumns(LPSPropTagArray tags, ULONG) override {
+    HRESULT hr = state_->enter(L"IMAPITable", L"SetColumns");
+    if (FAILED(hr)) return hr;
+    if (!tags || tags->cValues == 0) return MAPI_E_INVALID_PARAMETER;
+    columns_.assign(tags->aulPropTag, tags->aulPropTag + tags->cValues);
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE Restrict(LPSRestriction restriction, ULONG) override {
+    HRESULT hr = state_->enter(L"IMAPITable", L"Restrict");
+    if (FAILED(hr)) return hr;
+    visible_.clear();
+    cursor_ = 0;
+    if (!restriction) {
+      for (size_t i = 0; i < state_->stores.size(); ++i) visible_.push_back(i);
+      return S_OK;
+    }
+    // The one kind this table knows: a boolean property equal or not equal to a value.
+    const SPropertyRestriction& p = restriction->res.resProperty;
+    if (restriction->rt != RES_PROPERTY || (p.relop != RELOP_EQ && p.relop != RELOP_NE) ||
+        PROP_TYPE(p.ulPropTag) != PT_BOOLEAN || !p.lpProp || p.lpProp->ulPropTag != p.ulPropTag ||
+        p.ulPropTag != PR_DEFAULT_STORE)
+      return MAPI_E_TOO_COMPLEX;
+    const bool wanted = p.lpProp->Value.b != 0;
+    for (size_t i = 0; i < state_->stores.size(); ++i)
+      if ((state_->stores[i].spec.isDefault == wanted) == (p.relop == RELOP_EQ)) visible_.push_back(i);
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE QueryRows(LONG count, ULONG, LPSRowSet* rows) override {
+    if (!rows) return E_POINTER;
+    *rows = nullptr;
+    HRESULT hr = state_->enter(L"IMAPITable", L"QueryRows");
+    if (FAILED(hr)) return hr;
+    if (count <= 0) return MAPI_E_INVALID_PARAMETER;
+    const size_t n = std::min(static_cast<size_t>(count), visible_.size() - cursor_);
+    const std::vector<ULONG>& columns = state_->answeredColumns ? *state_->answeredColumns : columns_;
+    LPSRowSet set = nullptr;
+    const ULONG setSize = static_cast<ULONG>(offsetof(SRowSet, aRow) + std::max<size_t>(n, 1) * sizeof(SRow));
+    hr = MAPIAllocateBuffer(setSize, reinterpret_cast<void**>(&set));
+    if (FAILED(hr)) return hr;
+    std::memset(set, 0, setSize);
+    for (size_t r = 0; r < n; ++r) {
+      SRow& row = set->aRow[r];
+      hr = MAPIAllocateBuffer(static_cast<ULONG>(columns.size() * sizeof(SPropValue)),
+                              reinterpret_cast<void**>(&row.lpProps));
+      if (FAILED(hr)) {
+        freeRows(set);
+        return hr;
+      }
+      std::memset(row.lpProps, 0, columns.size() * sizeof(SPropValue));
+      set->cRows = static_cast<ULONG>(r + 1);
+      row.cValues = static_cast<ULONG>(columns.size());
+      const StoreSlot& slot = state_->stores[visible_[cursor_ + r]];
+      for (size_t c = 0; c < columns.size(); ++c) {
+        hr = fill(slot, columns[c], row.lpProps[c], row.lpProps);
+        if (FAILED(hr)) {
+          freeRows(set);
+          return hr;
+        }
+      }
+    }
+    cursor_ += n;
+    *rows = set;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetRowCount(ULONG, ULONG* count) override {
+    if (!count) return E_POINTER;
+    *count = static_cast<ULONG>(visible_.size());
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE SeekRow(BOOKMARK origin, LONG rows, LONG* sought) override {
+    if (origin != BOOKMARK_BEGINNING || rows < 0) return MAPI_E_NO_SUPPORT;
+    cursor_ = std::min(static_cast<size_t>(rows), visible_.size());
+    if (sought) *sought = static_cast<LONG>(cursor_);
+    return S_OK;
+  }
+
+  HRESULT STDMETHODCALLTYPE GetLastError(HRESULT, ULONG, LPMAPIERROR* error) override {
+    if (error) *error = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE Advise(ULONG, LPMAPIADVISESINK, ULONG*) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE Unadvise(ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE GetStatus(ULONG*, ULONG*) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE QueryColumns(ULONG, LPSPropTagArray* tags) override {
+    if (tags) *tags = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE SeekRowApprox(ULONG, ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE QueryPosition(ULONG*, ULONG*, ULONG*) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE FindRow(LPSRestriction, BOOKMARK, ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE CreateBookmark(BOOKMARK*) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE FreeBookmark(BOOKMARK) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE SortTable(LPSSortOrderSet, ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE QuerySortOrder(LPSSortOrderSet*) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE Abort() override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE ExpandRow(ULONG, LPBYTE, ULONG, ULONG, LPSRowSet*, ULONG*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE CollapseRow(ULONG, LPBYTE, ULONG, ULONG*) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE WaitForCompletion(ULONG, ULONG, ULONG*) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE GetCollapseState(ULONG, ULONG, LPBYTE, ULONG*, LPBYTE*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE SetCollapseState(ULONG, ULONG, LPBYTE, BOOKMARK*) override { return MAPI_E_NO_SUPPORT; }
+
+ private:
+  // Each row's values, then the set, as a caller frees them.
+  static void freeRows(LPSRowSet set) {
+    for (ULONG i = 0; i < set->cRows; ++i) MAPIFreeBuffer(set->aRow[i].lpProps);
+    MAPIFreeBuffer(set);
+  }
+
+  static HRESULT copyBytes(const void* data, size_t size, SPropValue& value, void* parent) {
+    value.Value.bin.cb = static_cast<ULONG>(size);
+    if (size == 0) return S_OK;
+    void* block = nullptr;
+    const HRESULT hr = MAPIAllocateMore(static_cast<ULONG>(size), parent, &block);
+    if (FAILED(hr)) return hr;
+    std::memcpy(block, data, size);
+    value.Value.bin.lpb = static_cast<LPBYTE>(block);
+    return S_OK;
+  }
+  static HRESULT copyText(const std::wstring& text, SPropValue& value, void* parent) {
+    void* block = nullptr;
+    const HRESULT hr = MAPIAllocateMore(static_cast<ULONG>((text.size() + 1) * sizeof(wchar_t)), parent, &block);
+    if (FAILED(hr)) return hr;
+    std::memcpy(block, text.c_str(), (text.size() + 1) * sizeof(wchar_t));
+    value.Value.lpszW = static_cast<LPWSTR>(block);
+    return S_OK;
+  }
+
+  // One column of a store's row; a property the store lacks is an error value.
+  static HRESULT fill(const StoreSlot& slot, ULONG tag, SPropValue& value, void* parent) {
+    value.ulPropTag = tag;
+    switch (tag) {
+      case PR_DISPLAY_NAME_W: return copyText(slot.spec.displayName, value, parent);
+      case PR_PROVIDER_DISPLAY_W: return copyText(providerName(slot.spec.kind), value, parent);
+      case PR_ENTRYID: return copyBytes(slot.entryId.data(), slot.entryId.size(), value, parent);
+      case PR_RECORD_KEY: return copyBytes(slot.spec.recordKey.bytes(), 16, value, parent);
+      case PR_SERVICE_UID: return copyBytes(slot.spec.serviceUid.bytes(), 16, value, parent);
+      case PR_DEFAULT_STORE: value.Value.b = slot.spec.isDefault ? 1 : 0; return S_OK;
+      default:
+        value.ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tag));
+        value.Value.err = MAPI_E_NOT_FOUND;
+        return S_OK;
+    }
+  }
+
+  std::shared_ptr<HostState> state_;
+  std::vector<ULONG> columns_;
+  std::vector<size_t> visible_;
+  size_t cursor_ = 0;
+};
+
+class Session final : public iui_::IUnknownImpl<IMAPISession> {
+ public:
+  explicit Session(std::shared_ptr<HostState> state) : state_(std::move(state)) {}
+
+  HRESULT STDMETHODCALLTYPE GetMsgStoresTable(ULONG, LPMAPITABLE* table) override {
+    if (!table) return E_POINTER;
+    *table = nullptr;
+    const HRESULT hr = state_->enter(L"IMAPISession", L"GetMsgStoresTable");
+    if (FAILED(hr)) return hr;
+    return zelvo::comBoundary([&] { *table = ComRef<IMAPITable>::adopt(new StoresTable(state_)).detach(); });
+  }
+  HRESULT STDMETHODCALLTYPE OpenMsgStore(ULONG_PTR, ULONG size, LPENTRYID entryId, LPCIID iid, ULONG,
+                                         LPMDB* store) override {
+    if (!store) return E_POINTER;
+    *store = nullptr;
+    const HRESULT hr = state_->enter(L"IMAPISession", L"OpenMsgStore");
+    if (FAILED(hr)) return hr;
+    if (!entryId || size == 0) return MAPI_E_INVALID_PARAMETER;
+    if (iid && !IsEqualIID(*iid, IID_IMsgStore)) return MAPI_E_INTERFACE_NOT_SUPPORTED;
+    StoreSlot* slot = state_->slotByEntryId(entryId, size);
+    if (!slot) return MAPI_E_NOT_FOUND;
+    return zelvo::comBoundary([&] {
+      ComRef<IMAPIProp> inner = slot->store ? slot->store->mapiStore() : ComRef<IMAPIProp>();
+      *store = ComRef<IMsgStore>::adopt(new MsgStore(state_, std::move(inner))).detach();
+    });
+  }
+
+  HRESULT STDMETHODCALLTYPE GetLastError(HRESULT, ULONG, LPMAPIERROR* error) override {
+    if (error) *error = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE OpenAddressBook(ULONG_PTR, LPCIID, ULONG, LPADRBOOK* book) override {
+    if (book) *book = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE OpenProfileSection(LPMAPIUID, LPCIID, ULONG, LPPROFSECT* section) override {
+    if (section) *section = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE GetStatusTable(ULONG, LPMAPITABLE* table) override {
+    if (table) *table = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE OpenEntry(ULONG, LPENTRYID, LPCIID, ULONG, ULONG*, LPUNKNOWN* out) override {
+    if (out) *out = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE CompareEntryIDs(ULONG, LPENTRYID, ULONG, LPENTRYID, ULONG, ULONG*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE Advise(ULONG, LPENTRYID, ULONG, LPMAPIADVISESINK, ULONG*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE Unadvise(ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE MessageOptions(ULONG_PTR, ULONG, LPTSTR, LPMESSAGE) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE QueryDefaultMessageOpt(LPTSTR, ULONG, ULONG*, LPSPropValue*) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE EnumAdrTypes(ULONG, ULONG*, LPTSTR**) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE QueryIdentity(ULONG*, LPENTRYID*) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE Logoff(ULONG_PTR, ULONG, ULONG) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE SetDefaultStore(ULONG, ULONG, LPENTRYID) override { return MAPI_E_NO_SUPPORT; }
+  HRESULT STDMETHODCALLTYPE AdminServices(ULONG, LPSERVICEADMIN* admin) override {
+    if (admin) *admin = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE ShowForm(ULONG_PTR, LPMDB, LPMAPIFOLDER, LPCIID, ULONG, LPMESSAGE, ULONG, ULONG, ULONG,
+                                     ULONG, LPSTR) override {
+    return MAPI_E_NO_SUPPORT;
+  }
+  HRESULT STDMETHODCALLTYPE PrepareForm(LPCIID, LPMESSAGE, ULONG*) override { return MAPI_E_NO_SUPPORT; }
+
+ private:
+  std::shared_ptr<HostState> state_;
+};
+
+// ---- The object model ---------------------------------------------------------------
+
+// An object of the host's model: answers by name from T's table, and besides IDispatch
+// for its own dispinterface when T names one.
+template <class T>
+class HostObject : public iui_::IUnknownImpl<zelvo::DispatchImpl<T>> {
+ public:
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override {
+    const IID* own = T::ownInterface();
+    if (ppv && own && IsEqualIID(riid, *own)) {
+      *ppv = static_cast<IDispatch*>(this);
+      this->AddRef();
+      return S_OK;
+    }
+    return iui_::IUnknownImpl<zelvo::DispatchImpl<T>>::QueryInterface(riid, ppv);
+  }
+
+ protected:
+  explicit HostObject(std::shared_ptr<HostState> state) : state_(std::move(state)) {}
+  static const IID* ownInterface() { return nullptr; }
+
+  std::shared_ptr<HostState> state_;
+};
+
+template <class T, class... Args>
+ComRef<IDispatch> make(Args&&... args) {
+  return ComRef<IDispatch>::adopt(new T(std::forward<Args>(args)...));
+}
+
+// Default folders by the host's folder type, from the profile.
+ComRef<IDispatch> defaultFolder(const std::shared_ptr<HostState>& state, LONG type);
+
+class MailItem final : public HostObject<MailItem> {
+ public:
+  MailItem(std::shared_ptr<HostState> state, std::wstring entryId)
+      : HostObject(std::move(state)), entryId_(std::move(entryId)) {}
+  static const zelvo::DispatchTable<MailItem>& dispatchTable() {
+    static const zelvo::DispatchTable<MailItem> table({
+        {L"EntryID", 0xF01E, DISPATCH_PROPERTYGET, 0,
+         [](MailItem& m, zelvo::DispatchCall& c) {
+           m.state_->call(L"MailItem", L"EntryID");
+           c.result = Variant::fromText(m.entryId_);
+         }},
+    });
+    return table;
+  }
+
+ private:
+  std::wstring entryId_;
+};
+
+class Folder final : public HostObject<Folder> {
+ public:
+  Folder(std::shared_ptr<HostState> state, size_t store, std::wstring path, std::string entryId)
+      : HostObject(std::move(state)), store_(store), path_(std::move(path)), entryId_(std::move(entryId)) {}
+  static const zelvo::DispatchTable<Folder>& dispatchTable() {
+    static const zelvo::DispatchTable<Folder> table({
+        {L"EntryID", 0xF01E, DISPATCH_PROPERTYGET, 0,
+         [](Folder& f, zelvo::DispatchCall& c) {
+           f.state_->call(L"MAPIFolder", L"EntryID");
+           c.result = Variant::fromText(hexText(f.entryId_));
+         }},
+        {L"MAPIOBJECT", 0xF061, DISPATCH_PROPERTYGET, 0,
+         [](Folder& f, zelvo::DispatchCall& c) {
+           f.state_->call(L"MAPIFolder", L"MAPIOBJECT");
+           StoreSlot& slot = f.state_->slot(f.store_);
+           ComRef<IMAPIProp> inner = slot.store ? slot.store->mapiFolder(f.path_) : ComRef<IMAPIProp>();
+           const ComRef<IMAPIFolder> folder = ComRef<IMAPIFolder>::adopt(new MapiFolder(f.state_, inner));
+           c.result = Variant::fromUnknown(folder.get());
+         }},
+        {L"DefaultItemType", 0x3106, DISPATCH_PROPERTYGET, 0,
+         [](Folder& f, zelvo::DispatchCall& c) {
+           f.state_->call(L"MAPIFolder", L"DefaultItemType");
+           c.result = Variant::fromInt32(0);  // olMailItem
+         }},
+        {L"Name", 0x3001, DISPATCH_PROPERTYGET, 0,
+         [](Folder& f, zelvo::DispatchCall& c) {
+           f.state_->call(L"MAPIFolder", L"Name");
+           const size_t slash = f.path_.find_last_of(L'/');
+           c.result = Variant::fromText(slash == std::wstring::npos ? f.path_ : f.path_.substr(slash + 1));
+         }},
+    });
+    return table;
+  }
+
+ private:
+  size_t store_;
+  std::wstring path_;
+  std::string entryId_;
+};
+
+class Explorer final : public HostObject<Explorer> {
+ public:
+  Explorer(std::shared_ptr<HostState> state, ComRef<IDispatch> folder)
+      : HostObject(std::move(state)), folder_(std::move(folder)) {}
+  static const IID* ownInterface() { return &IID_OutlookExplorer; }
+  static const zelvo::DispatchTable<Explorer>& dispatchTable() {
+    static const zelvo::DispatchTable<Explorer> table({
+        {L"CurrentFolder", 0x2101, DISPATCH_PROPERTYGET, 0,
+         [](Explorer& e, zelvo::DispatchCall& c) {
+           e.state_->call(L"Explorer", L"CurrentFolder");
+           c.result = Variant::fromDispatch(e.folder_.get());
+         }},
+    });
+    return table;
+  }
+
+ private:
+  ComRef<IDispatch> folder_;
+};
+
+class Inspector final : public HostObject<Inspector> {
+ public:
+  Inspector(std::shared_ptr<HostState> state, ComRef<IDispatch> item)
+      : HostObject(std::move(state)), item_(std::move(item)) {}
+  static const IID* ownInterface() { return &IID_OutlookInspector; }
+  static const zelvo::DispatchTable<Inspector>& dispatchTable() {
+    static const zelvo::DispatchTable<Inspector> table({
+        {L"CurrentItem", 0x2102, DISPATCH_PROPERTYGET, 0,
+         [](Inspector& i, zelvo::DispatchCall& c) {
+           i.state_->call(L"Inspector", L"CurrentItem");
+           c.result = Variant::fromDispatch(i.item_.get());
+         }},
+    });
+    return table;
+  }
+
+ private:
+  ComRef<IDispatch> item_;
+};
+
+class NameSpace;
+
+class Application final : public HostObject<Application> {
+ public:
+  explicit Application(std::shared_ptr<HostState> state) : HostObject(std::move(state)) {}
+  static const zelvo::DispatchTable<Application>& dispatchTable();
+};
+
+class NameSpace final : public HostObject<NameSpace> {
+ public:
+  explicit NameSpace(std::shared_ptr<HostState> state) : HostObject(std::move(state)) {}
+  static const zelvo::DispatchTable<NameSpace>& dispatchTable() {
+    static const zelvo::DispatchTable<NameSpace> table({
+        {L"MAPIOBJECT", 0xF061, DISPATCH_PROPERTYGET, 0,
+         [](NameSpace& n, zelvo::DispatchCall& c) {
+           n.state_->call(L"NameSpace", L"MAPIOBJECT");
+           const ComRef<IMAPISession> session = ComRef<IMAPISession>::adopt(new Session(n.state_));
+           c.result = Variant::fromUnknown(session.get());
+         }},
+        {L"GetDefaultFolder", 0x210B, DISPATCH_METHOD, 1,
+         [](NameSpace& n, zelvo::DispatchCall& c) {
+           n.state_->call(L"NameSpace", L"GetDefaultFolder");
+           c.result = Variant::fromDispatch(defaultFolder(n.state_, c.int32(0)).get());
+         }},
+        {L"Application", 0xF000, DISPATCH_PROPERTYGET, 0,
+         [](NameSpace& n, zelvo::DispatchCall& c) {
+           n.state_->call(L"NameSpace", L"Application");
+           c.result = Variant::fromDispatch(make<Application>(n.state_).get());
+         }},
+    });
+    return table;
+  }
+};
+
+const zelvo::DispatchTable<Application>& Application::dispatchTable() {
+  static const zelvo::DispatchTable<Application> table({
+      {L"ActiveExplorer", 0x111, DISPATCH_METHOD, 0,
+       [](Application& a, zelvo::DispatchCall& c) {
+         a.state_->call(L"Application", L"ActiveExplorer");
+         c.result = Variant::fromDispatch(a.state_->explorer.get());
+       }},
+      {L"ActiveInspector", 0x112, DISPATCH_METHOD, 0,
+       [](Application& a, zelvo::DispatchCall& c) {
+         a.state_->call(L"Application", L"ActiveInspector");
+         c.result = Variant::fromDispatch(a.state_->inspector.get());
+       }},
+      {L"Version", 0x116, DISPATCH_PROPERTYGET, 0,
+       [](Application& a, zelvo::DispatchCall& c) {
+         a.state_->call(L"Application", L"Version");
+         c.result = Variant::fromText(a.state_->profile.version);
+       }},
+      {L"Session", 0x3D1, DISPATCH_PROPERTYGET, 0,
+       [](Application& a, zelvo::DispatchCall& c) {
+         a.state_->call(L"Application", L"Session");
+         c.result = Variant::fromDispatch(make<NameSpace>(a.state_).get());
+       }},
+      {L"GetNamespace", 0x110, DISPATCH_METHOD, 1,
+       [](Application& a, zelvo::DispatchCall& c) {
+         a.state_->call(L"Application", L"GetNamespace");
+         if (c.text(0) != L"MAPI") ZEL_HERE.raise(E_INVALIDARG);
+         c.result = Variant::fromDispatch(make<NameSpace>(a.state_).get());
+       }},
+  });
+  return table;
+}
+
+ComRef<IDispatch> folderObject(const std::shared_ptr<HostState>& state, size_t store, const std::wstring& path) {
+  for (const auto& f : state->slot(store).spec.folders)
+    if (f.path == path) return make<Folder>(state, store, path, f.entryId);
+  // A folder the profile does not list: no entry id of its own.
+  return make<Folder>(state, store, path, std::string());
+}
+
+ComRef<IDispatch> defaultFolder(const std::shared_ptr<HostState>& state, LONG type) {
+  for (size_t s = 0; s < state->stores.size(); ++s) {
+    if (!state->stores[s].spec.isDefault) continue;
+    for (const auto& f : state->stores[s].spec.folders)
+      if (f.defaultType && *f.defaultType == type) return folderObject(state, s, f.path);
+  }
+  ZEL_HERE.raiseFormatted(MAPI_E_NOT_FOUND, "no default folder of type %d", type);
+}
+
+}  // namespace
+
+StandIn::StandIn(const Profile& profile) : state_(std::make_shared<HostState>()) {
+  state_->profile = profile;
+  for (const ProfileStore& spec : profile.stores) {
+    StoreSlot slot;
+    slot.spec = spec;
+    if (spec.kind == StoreKind::Foreign) {
+      // Another provider's id: not of the product's layout.
+      slot.entryId = std::string("FRGN", 4) + std::string(reinterpret_cast<const char*>(spec.recordKey.bytes()), 16);
+    } else {
+      ReferenceStore::Mailbox mailbox =
+          spec.mailboxFolder ? ReferenceStore::loadMailbox(*spec.mailboxFolder) : ReferenceStore::Mailbox();
+      mailbox.serviceUid = spec.serviceUid;
+      mailbox.storeClass = storeClassOf(spec.kind);
+      for (const auto& folder : spec.folders) {
+        if (ReferenceStore::MailboxFolder* known = mailbox.findFolder(folder.path)) {
+          known->entryId = folder.entryId;
+          continue;
+        }
+        ReferenceStore::MailboxFolder added;
+        added.path = folder.path;
+        added.displayPath = folder.path;
+        added.entryId = folder.entryId;
+        mailbox.folders.push_back(added);
+      }
+      slot.store = std::make_unique<ReferenceStore::Store>(std::move(mailbox));
+      // The product's store id: flags, the store's key, type 0.
+      slot.entryId.assign(4, '\0');
+      slot.entryId.append(reinterpret_cast<const char*>(spec.recordKey.bytes()), 16);
+      slot.entryId.append(4, '\0');
+    }
+    state_->stores.push_back(std::move(slot));
+  }
+}
+
+StandIn::~StandIn() {
+  // The windows hold objects that hold the state.
+  state_->explorer.reset();
+  state_->inspector.reset();
+}
+
+std::unique_ptr<StandIn> StandIn::load(const std::string& profilePath) {
+  return std::make_unique<StandIn>(loadProfile(profilePath));
+}
+
+const Profile& StandIn::profile() const { return state_->profile; }
+
+ComRef<IDispatch> StandIn::application() { return make<Application>(state_); }
+ComRef<IDispatch> StandIn::nameSpace() { return make<NameSpace>(state_); }
+ComRef<IMAPISession> StandIn::session() { return ComRef<IMAPISession>::adopt(new Session(state_)); }
+
+ComRef<IDispatch> StandIn::folder(size_t storeIndex, const std::wstring& path) {
+  return folderObject(state_, storeIndex, path);
+}
+
+ComRef<IDispatch> StandIn::mailItem(const std::wstring& entryIdText) { return make<MailItem>(state_, entryIdText); }
+
+ReferenceStore::Store& StandIn::store(size_t storeIndex) {
+  StoreSlot& slot = state_->slot(storeIndex);
+  if (!slot.store) ZEL_HERE.raise(E_INVALIDARG, L"a foreign store has no reference store");
+  return *slot.store;
+}
+
+void StandIn::openExplorer(IDispatch* folder) { state_->explorer = make<Explorer>(state_, ComRef<IDispatch>(folder)); }
+void StandIn::closeExplorer() { state_->explorer.reset(); }
+void StandIn::openInspector(IDispatch* item) { state_->inspector = make<Inspector>(state_, ComRef<IDispatch>(item)); }
+void StandIn::closeInspector() { state_->inspector.reset(); }
+
+void StandIn::failNext(const std::wstring& member, HRESULT code) { state_->failures[member].push_back(code); }
+void StandIn::answerColumns(std::vector<ULONG> tags) { state_->answeredColumns = std::move(tags); }
+std::vector<std::wstring> StandIn::calls() const { return state_->calls; }
+void StandIn::clearCalls() { state_->calls.clear(); }
+size_t StandIn::liveTables() const { return state_->liveTables; }
+
+}  // namespace OutlookStandIn
