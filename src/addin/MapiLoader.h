@@ -70,5 +70,15 @@ class MapiLoader {
   unsigned long load_ = 0;
 };
 
+// A call through an export of the loaded library, with the export's own type; `failure`
+// when the library or the export is missing. The stubs of the Windows build are made of it.
+template <typename Function, typename Result, typename... Args>
+Result callMapiExport(MapiLoader& loader, const std::vector<const char*>& names, MapiLoader::Cache& cache,
+                      Result failure, Args... args) {
+  void* address = loader.resolve(names, cache);
+  if (!address) return failure;
+  return reinterpret_cast<Function*>(address)(args...);
+}
+
 }  // namespace addin
 }  // namespace zelvo

@@ -28,6 +28,7 @@ class ScriptedMachine : public MapiEnvironment {
   std::set<std::wstring> files;
   std::set<std::wstring> libraries;  // paths or plain names that load
   std::map<std::wstring, std::set<std::string>> exports;
+  std::map<std::string, void*> addresses;  // exports that are real functions
   std::map<std::pair<std::string, std::string>, std::wstring> components;
   unsigned long userLcid = 1031, systemLcid = 1033;
 
@@ -65,6 +66,7 @@ class ScriptedMachine : public MapiEnvironment {
     lookups.push_back(name);
     const auto it = exports.find(nameOf(module));
     if (it == exports.end() || !it->second.count(name)) return nullptr;
+    if (addresses.count(name)) return addresses[name];
     return const_cast<std::string*>(&*it->second.find(name));
   }
   std::wstring systemDirectory() override { return L"C:\\Windows\\system32"; }
@@ -256,6 +258,46 @@ TEST(MapiLoader, MissingExportOrLibraryGivesNoAddress) {
   EXPECT_EQ(loader.resolve({"MAPIFreeBuffer"}, cache), nullptr);  // loaded, export missing
   EXPECT_EQ(loader.resolve({"MAPIFreeBuffer"}, cache), nullptr);
   EXPECT_EQ(machine.lookups, std::vector<std::string>{"MAPIFreeBuffer"});
+}
+
+long gotTag = 0;
+long fakeGetOneProp(void* object, unsigned long tag, void** value) {
+  gotTag = static_cast<long>(tag);
+  *value = object;
+  return tag == 0 ? -2147467259L + 1 : 0;  // a code the caller passes through unchanged
+}
+
+TEST(MapiLoader, ExportCallsPassThroughOrFailWithTheFailureForm) {
+  using Function = long(void*, unsigned long, void**);
+  const long eFail = static_cast<long>(0x80004005UL);
+  const struct {
+    const char* name;
+    bool exported;
+    unsigned long tag;
+    long expected;
+  } cases[] = {
+      {"exported: the export's own result", true, 0x30010102UL, 0},
+      {"exported: a failure of the export passes unchanged", true, 0, -2147467259L + 1},
+      {"export missing: the failure form", false, 0x30010102UL, eFail},
+  };
+  for (const auto& c : cases) {
+    ScriptedMachine machine;
+    machine.library(kSystemMapi);
+    if (c.exported) {
+      machine.exports[kSystemMapi] = {"HrGetOneProp"};
+      machine.addresses["HrGetOneProp"] = reinterpret_cast<void*>(&fakeGetOneProp);
+    }
+    MapiLoader loader(machine);
+    MapiLoader::Cache cache;
+    gotTag = -1;
+    int object = 0;
+    void* value = nullptr;
+    const long result = zelvo::addin::callMapiExport<Function>(loader, {"HrGetOneProp@12", "HrGetOneProp"}, cache,
+                                                               eFail, static_cast<void*>(&object), c.tag, &value);
+    EXPECT_EQ(result, c.expected) << c.name;
+    EXPECT_EQ(gotTag, c.exported ? static_cast<long>(c.tag) : -1) << c.name;
+    EXPECT_EQ(value, c.exported ? static_cast<void*>(&object) : nullptr) << c.name;
+  }
 }
 
 }  // namespace
