@@ -43,12 +43,18 @@ void* loadFromHostDirectory(MapiEnvironment& env) {
   return env.loadLibrary(path);
 }
 
-// An LCID named by a value that holds a key and a value name: per user first, then the machine's.
+// An LCID named by a value that holds a key below Software and the values that may carry
+// it: the first one found, per user first (where the host keeps its language), then the
+// machine's.
 bool readNamedLcid(MapiEnvironment& env, const std::wstring& name, unsigned long& lcid) {
-  std::wstring key, valueName;
-  if (!env.readKeyAndName(Root::LocalMachine, outlookClientKey(), name, key, valueName)) return false;
-  return env.readNumber(Root::CurrentUser, key, valueName, lcid) ||
-         env.readNumber(Root::LocalMachine, key, valueName, lcid);
+  std::wstring key;
+  std::vector<std::wstring> valueNames;
+  if (!env.readKeyAndNames(Root::LocalMachine, outlookClientKey(), name, key, valueNames)) return false;
+  key = L"Software\\" + key;
+  for (const auto& valueName : valueNames)
+    if (env.readNumber(Root::CurrentUser, key, valueName, lcid) || env.readNumber(Root::LocalMachine, key, valueName, lcid))
+      return true;
+  return false;
 }
 
 std::vector<unsigned long> candidateLcids(MapiEnvironment& env) {

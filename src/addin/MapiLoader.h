@@ -20,9 +20,9 @@ class MapiEnvironment {
   virtual bool readString(Root root, const std::wstring& key, const std::wstring& name, std::wstring& value) = 0;
   // A number value, stored as a DWORD or as decimal text.
   virtual bool readNumber(Root root, const std::wstring& key, const std::wstring& name, unsigned long& value) = 0;
-  // A multi-string value holding a key path and a value name.
-  virtual bool readKeyAndName(Root root, const std::wstring& key, const std::wstring& name, std::wstring& subKey,
-                              std::wstring& valueName) = 0;
+  // A multi-string value holding a key path, then the names of values under it.
+  virtual bool readKeyAndNames(Root root, const std::wstring& key, const std::wstring& name, std::wstring& subKey,
+                               std::vector<std::wstring>& valueNames) = 0;
   virtual bool fileExists(const std::wstring& path) = 0;
   // Loads without letting the system show an error dialog; null on failure.
   virtual void* loadLibrary(const std::wstring& path) = 0;

@@ -35,9 +35,9 @@ bool Win32MapiEnvironment::readNumber(Root root, const std::wstring& key, const 
   return end && *end == L'\0';
 }
 
-bool Win32MapiEnvironment::readKeyAndName(Root root, const std::wstring& key, const std::wstring& name,
-                                          std::wstring& subKey, std::wstring& valueName) {
-  // A multi-string, which the registry helpers do not read: key path, then value name.
+bool Win32MapiEnvironment::readKeyAndNames(Root root, const std::wstring& key, const std::wstring& name,
+                                           std::wstring& subKey, std::vector<std::wstring>& valueNames) {
+  // A multi-string, which the registry helpers do not read: key path, then value names.
   RegistryUtils::ScopedKey opened;
   if (opened.open(details::rootKey(root), key, KEY_READ) != ERROR_SUCCESS) return false;
   DWORD type = 0, size = 0;
@@ -48,9 +48,14 @@ bool Win32MapiEnvironment::readKeyAndName(Root root, const std::wstring& key, co
   if (RegQueryValueExW(opened.get(), name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(buffer.data()), &size) !=
       ERROR_SUCCESS)
     return false;
-  subKey = buffer.data();
-  valueName = buffer.data() + subKey.size() + 1;
-  return !subKey.empty();
+  // Cut at the terminators; the buffer ends in two of them whatever was stored.
+  std::vector<std::wstring> strings;
+  for (const wchar_t* p = buffer.data(); p < buffer.data() + buffer.size() && *p; p += strings.back().size() + 1)
+    strings.emplace_back(p);
+  if (strings.empty()) return false;
+  subKey = strings.front();
+  valueNames.assign(strings.begin() + 1, strings.end());
+  return true;
 }
 
 bool Win32MapiEnvironment::fileExists(const std::wstring& path) {

@@ -10,8 +10,8 @@ class Win32MapiEnvironment : public addin::MapiEnvironment {
  public:
   bool readString(Root root, const std::wstring& key, const std::wstring& name, std::wstring& value) override;
   bool readNumber(Root root, const std::wstring& key, const std::wstring& name, unsigned long& value) override;
-  bool readKeyAndName(Root root, const std::wstring& key, const std::wstring& name, std::wstring& subKey,
-                      std::wstring& valueName) override;
+  bool readKeyAndNames(Root root, const std::wstring& key, const std::wstring& name, std::wstring& subKey,
+                       std::vector<std::wstring>& valueNames) override;
   bool fileExists(const std::wstring& path) override;
   void* loadLibrary(const std::wstring& path) override;
   void freeLibrary(void* module) override;

@@ -24,7 +24,7 @@ const wchar_t kSystemMapi[] = L"C:\\Windows\\system32\\mapi32.dll";
 class ScriptedMachine : public MapiEnvironment {
  public:
   std::map<std::tuple<Root, std::wstring, std::wstring>, std::wstring> strings;
-  std::map<std::tuple<Root, std::wstring, std::wstring>, std::pair<std::wstring, std::wstring>> keyNames;
+  std::map<std::tuple<Root, std::wstring, std::wstring>, std::pair<std::wstring, std::vector<std::wstring>>> keyNames;
   std::set<std::wstring> files;
   std::set<std::wstring> libraries;  // paths or plain names that load
   std::map<std::wstring, std::set<std::string>> exports;
@@ -47,12 +47,12 @@ class ScriptedMachine : public MapiEnvironment {
     value = std::stoul(text);
     return true;
   }
-  bool readKeyAndName(Root root, const std::wstring& key, const std::wstring& name, std::wstring& subKey,
-                      std::wstring& valueName) override {
+  bool readKeyAndNames(Root root, const std::wstring& key, const std::wstring& name, std::wstring& subKey,
+                       std::vector<std::wstring>& valueNames) override {
     const auto it = keyNames.find({root, key, name});
     if (it == keyNames.end()) return false;
     subKey = it->second.first;
-    valueName = it->second.second;
+    valueNames = it->second.second;
     return true;
   }
   bool fileExists(const std::wstring& path) override { return files.count(path) != 0; }
@@ -158,7 +158,7 @@ TEST(MapiLoader, SearchTakesEachWayInOrder) {
       {"installer: application LCID, NT qualifier first",
        [](ScriptedMachine& m) {
          m.installer();
-         m.keyNames[{Root::LocalMachine, kOutlookClient, L"MSIApplicationLCID"}] = {L"Software\\App", L"Lang"};
+         m.keyNames[{Root::LocalMachine, kOutlookClient, L"MSIApplicationLCID"}] = {L"App", {L"Lang"}};
          m.strings[{Root::CurrentUser, L"Software\\App", L"Lang"}] = L"1049";
          m.components[{"{COMPONENT}", "1049\\NT"}] = L"d:\\msi\\msmapi32.dll";
          m.library(L"d:\\msi\\msmapi32.dll");
@@ -168,15 +168,23 @@ TEST(MapiLoader, SearchTakesEachWayInOrder) {
       {"installer: every LCID, NT then plain, application, office, user, system",
        [](ScriptedMachine& m) {
          m.installer();
-         m.keyNames[{Root::LocalMachine, kOutlookClient, L"MSIApplicationLCID"}] = {L"Software\\App", L"Lang"};
+         m.keyNames[{Root::LocalMachine, kOutlookClient, L"MSIApplicationLCID"}] = {L"App", {L"Lang"}};
          m.strings[{Root::LocalMachine, L"Software\\App", L"Lang"}] = L"1049";
-         m.keyNames[{Root::LocalMachine, kOutlookClient, L"MSIOfficeLCID"}] = {L"Software\\Office", L"Lang"};
+         m.keyNames[{Root::LocalMachine, kOutlookClient, L"MSIOfficeLCID"}] = {L"Office", {L"Old", L"Lang"}};
          m.strings[{Root::CurrentUser, L"Software\\Office", L"Lang"}] = L"1036";
          m.components[{"{COMPONENT}", "1033"}] = L"d:\\msi\\msmapi32.dll";
          m.library(L"d:\\msi\\msmapi32.dll");
          m.library(kSystemMapi);
        },
        L"d:\\msi\\msmapi32.dll", {"1049\\NT", "1049", "1036\\NT", "1036", "1031\\NT", "1031", "1033\\NT", "1033"}},
+      {"installer: a named LCID that is missing is passed over",
+       [](ScriptedMachine& m) {
+         m.installer();
+         m.keyNames[{Root::LocalMachine, kOutlookClient, L"MSIApplicationLCID"}] = {L"App", {L"Lang"}};
+         m.systemLcid = 1031;
+         m.library(kSystemMapi);
+       },
+       kSystemMapi, {"1031\\NT", "1031"}},
       {"installer through mapi32 when there is no mapistub",
        [](ScriptedMachine& m) {
          m.strings[{Root::LocalMachine, kOutlookClient, L"MSIComponentID"}] = L"{C}";
