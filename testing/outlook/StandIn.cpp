@@ -667,7 +667,9 @@ class EventSource : public HostObject<T, IConnectionPointContainer> {
       this->state_->call(T::objectName(), L"FindConnectionPoint");
       for (const auto& sinks : static_cast<T*>(this)->eventSinks()) {
         if (!IsEqualIID(riid, sinks->iid)) continue;
-        *out = new ConnectionPoint(this->state_, sinks, ComRef<IConnectionPointContainer>(this));
+        *out = ComRef<IConnectionPoint>::adopt(
+                   new ConnectionPoint(this->state_, sinks, ComRef<IConnectionPointContainer>(this)))
+                   .detach();
         return S_OK;
       }
       return CONNECT_E_NOCONNECTION;

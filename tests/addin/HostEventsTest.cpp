@@ -31,17 +31,17 @@ using Log = std::vector<std::wstring>;
 std::wstring describe(const VARIANT& v) {
   if (v.vt == (VT_BOOL | VT_BYREF)) return *v.pboolVal ? L"cancel" : L"send";
   if (v.vt != VT_DISPATCH || !v.pdispVal) return L"?";
-  void* face = nullptr;
-  if (SUCCEEDED(v.pdispVal->QueryInterface(IID_OutlookInspector, &face))) {
-    static_cast<IUnknown*>(face)->Release();
+  // Windows answer their own dispinterfaces; items do not.
+  const auto answers = [&](const IID& iid) {
+    ComRef<IUnknown> face;
+    return SUCCEEDED(v.pdispVal->QueryInterface(iid, face.putVoid())) && face;
+  };
+  if (answers(IID_OutlookInspector))
     return L"Inspector:" + zelvo::getProperty(zelvo::getProperty(v.pdispVal, L"CurrentItem").toDispatch().get(),
                                               L"EntryID").toText();
-  }
-  if (SUCCEEDED(v.pdispVal->QueryInterface(IID_OutlookExplorer, &face))) {
-    static_cast<IUnknown*>(face)->Release();
+  if (answers(IID_OutlookExplorer))
     return L"Explorer:" + zelvo::getProperty(zelvo::getProperty(v.pdispVal, L"CurrentFolder").toDispatch().get(),
                                              L"Name").toText();
-  }
   return L"Item:" + zelvo::getProperty(v.pdispVal, L"EntryID").toText();
 }
 
