@@ -166,6 +166,38 @@ TEST_F(HostEvents, EachSinkHasItsOwnCookie) {
   EXPECT_EQ(log_, (Log{L"Application.Startup()", L"Second.Startup()", L"Second.Quit()"}));
 }
 
+// A sink that leaves while it is called, as an add-in does on Quit.
+class LeavingSink final : public iui_::IUnknownImpl<IDispatch> {
+ public:
+  LeavingSink(ComRef<IConnectionPoint> point, int& calls) : point_(std::move(point)), calls_(calls) {}
+  DWORD cookie = 0;
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
+    *count = 0;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
+    ++calls_;
+    return point_->Unadvise(cookie);
+  }
+
+ private:
+  ComRef<IConnectionPoint> point_;
+  int& calls_;
+};
+
+TEST_F(HostEvents, SinkThatUnadvisesWhileCalledIsCalledOnceAndOthersStillAre) {
+  const ComRef<IConnectionPoint> point = pointOf(application_.get(), IID_ApplicationEvents);
+  int calls = 0;
+  const auto leaving = ComRef<LeavingSink>::adopt(new LeavingSink(point, calls));
+  EXPECT_EQ(point->Advise(static_cast<IDispatch*>(leaving.get()), &leaving->cookie), S_OK);
+  advise(application_.get(), IID_ApplicationEvents, appSink_.get());
+  play("startup\nquit\n");
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(log_, (Log{L"Application.Startup()", L"Application.Quit()"}));
+}
+
 TEST_F(HostEvents, ConnectionPointsKnowTheirInterfaceAndContainer) {
   host_.openExplorer(nullptr);
   host_.openInspector(nullptr);
