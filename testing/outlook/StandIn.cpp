@@ -792,7 +792,7 @@ class Explorer final : public EventSource<Explorer> {
            e.state_->call(L"Explorer", L"CurrentFolder");
            c.result = Variant::fromDispatch(e.window_->folder.get());
          }},
-        {L"Selection", 0x2204, DISPATCH_PROPERTYGET, 0,
+        {L"Selection", 0x2202, DISPATCH_PROPERTYGET, 0,
          [](Explorer& e, zelvo::DispatchCall& c) {
            e.state_->call(L"Explorer", L"Selection");
            c.result = Variant::fromDispatch(make<Selection>(e.state_, e.window_->selection).get());
