@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstring>
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 
@@ -21,6 +22,12 @@ namespace OutlookStandIn {
 // _Explorer and _Inspector of the host's type library.
 const IID IID_OutlookExplorer = {0x00063003, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_OutlookInspector = {0x00063005, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_ApplicationEvents = {0x0006304E, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_ApplicationEvents_11 = {0x0006302C, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_ExplorerEvents_10 = {0x0006300F, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_InspectorEvents_10 = {0x0006302A, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_ExplorersEvents = {0x00063078, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_InspectorsEvents = {0x00063079, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
 namespace {
 
@@ -64,6 +71,36 @@ struct StoreSlot {
   std::string entryId;
 };
 
+// The sinks advised on one event dispinterface of one object, by cookie.
+struct EventSinks {
+  explicit EventSinks(const IID& events) : iid(events) {}
+  IID iid;
+  std::map<DWORD, ComRef<IDispatch>> sinks;
+  DWORD nextCookie = 1;
+
+  // Calls every sink with the arguments in the member's order. The host goes on whatever a
+  // sink answers. A snapshot, since a sink may unadvise while it is called.
+  void fire(DISPID id, std::vector<VARIANT> arguments) const {
+    std::vector<ComRef<IDispatch>> called;
+    for (const auto& entry : sinks) called.push_back(entry.second);
+    std::vector<VARIANT> reversed(arguments.rbegin(), arguments.rend());
+    DISPPARAMS params = {reversed.empty() ? nullptr : reversed.data(), nullptr, static_cast<UINT>(reversed.size()), 0};
+    for (const auto& sink : called) sink->Invoke(id, IID_NULL, 0, DISPATCH_METHOD, &params, nullptr, nullptr, nullptr);
+  }
+};
+
+// An explorer or inspector window: what it shows, its sinks and the object that stands for
+// it while it is open.
+struct Window {
+  explicit Window(const IID& events) : events(std::make_shared<EventSinks>(events)) {}
+  ComRef<IDispatch> folder;  // an explorer's
+  std::vector<ComRef<IDispatch>> selection;
+  ComRef<IDispatch> item;  // an inspector's
+  bool compose = false;
+  std::shared_ptr<EventSinks> events;
+  ComRef<IDispatch> object;
+};
+
 struct HostState {
   Profile profile;
   std::vector<StoreSlot> stores;
@@ -71,8 +108,22 @@ struct HostState {
   std::map<std::wstring, std::deque<HRESULT>> failures;
   std::optional<std::vector<ULONG>> answeredColumns;
   size_t liveTables = 0;
-  ComRef<IDispatch> explorer;
-  ComRef<IDispatch> inspector;
+  // In the order opened; the last is the one in front.
+  std::vector<std::shared_ptr<Window>> explorers;
+  std::vector<std::shared_ptr<Window>> inspectors;
+  std::shared_ptr<EventSinks> applicationEvents = std::make_shared<EventSinks>(IID_ApplicationEvents);
+  std::shared_ptr<EventSinks> applicationEvents11 = std::make_shared<EventSinks>(IID_ApplicationEvents_11);
+  std::shared_ptr<EventSinks> explorersEvents = std::make_shared<EventSinks>(IID_ExplorersEvents);
+  std::shared_ptr<EventSinks> inspectorsEvents = std::make_shared<EventSinks>(IID_InspectorsEvents);
+
+  ComRef<IDispatch> active(const std::vector<std::shared_ptr<Window>>& windows) const {
+    return windows.empty() ? ComRef<IDispatch>() : windows.back()->object;
+  }
+  // Both generations of the application's events carry the members fired here.
+  void fireApplication(DISPID id, std::vector<VARIANT> arguments) const {
+    applicationEvents->fire(id, arguments);
+    applicationEvents11->fire(id, arguments);
+  }
 
   // Records the call; a failure queued for the member is answered instead.
   HRESULT enter(const wchar_t* object, const wchar_t* member) {
@@ -524,9 +575,9 @@ class Session final : public iui_::IUnknownImpl<IMAPISession> {
 // ---- The object model ---------------------------------------------------------------
 
 // An object of the host's model: answers by name from T's table, and besides IDispatch
-// for its own dispinterface when T names one.
-template <class T>
-class HostObject : public iui_::IUnknownImpl<zelvo::DispatchImpl<T>> {
+// for its own dispinterface when T names one, and for the More interfaces listed.
+template <class T, class... More>
+class HostObject : public iui_::IUnknownImpl<zelvo::DispatchImpl<T>, More...> {
  public:
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** ppv) override {
     const IID* own = T::ownInterface();
@@ -535,7 +586,7 @@ class HostObject : public iui_::IUnknownImpl<zelvo::DispatchImpl<T>> {
       this->AddRef();
       return S_OK;
     }
-    return iui_::IUnknownImpl<zelvo::DispatchImpl<T>>::QueryInterface(riid, ppv);
+    return iui_::IUnknownImpl<zelvo::DispatchImpl<T>, More...>::QueryInterface(riid, ppv);
   }
 
  protected:
@@ -548,6 +599,94 @@ class HostObject : public iui_::IUnknownImpl<zelvo::DispatchImpl<T>> {
 template <class T, class... Args>
 ComRef<IDispatch> make(Args&&... args) {
   return ComRef<IDispatch>::adopt(new T(std::forward<Args>(args)...));
+}
+
+// One event dispinterface of an object. Advise takes any sink that answers IDispatch, as
+// the host calls its sinks through Invoke only.
+class ConnectionPoint final : public iui_::IUnknownImpl<IConnectionPoint> {
+ public:
+  ConnectionPoint(std::shared_ptr<HostState> state, std::shared_ptr<EventSinks> sinks,
+                  ComRef<IConnectionPointContainer> container)
+      : state_(std::move(state)), sinks_(std::move(sinks)), container_(std::move(container)) {}
+
+  HRESULT STDMETHODCALLTYPE GetConnectionInterface(IID* iid) override {
+    if (!iid) return E_POINTER;
+    *iid = sinks_->iid;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetConnectionPointContainer(IConnectionPointContainer** out) override {
+    if (!out) return E_POINTER;
+    *out = ComRef<IConnectionPointContainer>(container_).detach();
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE Advise(IUnknown* sink, DWORD* cookie) override {
+    return zelvo::comBoundary([&] {
+      if (!cookie) ZEL_HERE.raise(E_POINTER);
+      *cookie = 0;
+      state_->call(L"ConnectionPoint", L"Advise");
+      if (!sink) ZEL_HERE.raise(E_POINTER);
+      ComRef<IDispatch> dispatch;
+      if (FAILED(sink->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(dispatch.put()))) || !dispatch)
+        ZEL_HERE.raise(CONNECT_E_CANNOTCONNECT);
+      const DWORD given = sinks_->nextCookie++;
+      sinks_->sinks.emplace(given, std::move(dispatch));
+      *cookie = given;
+    });
+  }
+  HRESULT STDMETHODCALLTYPE Unadvise(DWORD cookie) override {
+    return zelvo::comBoundary([&] {
+      state_->call(L"ConnectionPoint", L"Unadvise");
+      if (sinks_->sinks.erase(cookie) == 0) ZEL_HERE.raise(CONNECT_E_NOCONNECTION);
+    });
+  }
+  // Not needed by any caller yet.
+  HRESULT STDMETHODCALLTYPE EnumConnections(IEnumConnections** out) override {
+    if (out) *out = nullptr;
+    return E_NOTIMPL;
+  }
+
+ private:
+  std::shared_ptr<HostState> state_;
+  std::shared_ptr<EventSinks> sinks_;
+  ComRef<IConnectionPointContainer> container_;
+};
+
+// A host object that fires events: one connection point per dispinterface that T lists in
+// eventSinks().
+template <class T>
+class EventSource : public HostObject<T, IConnectionPointContainer> {
+ public:
+  HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints** out) override {
+    if (out) *out = nullptr;
+    return E_NOTIMPL;
+  }
+  HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID riid, IConnectionPoint** out) override {
+    return zelvo::comBoundary([&]() -> HRESULT {
+      if (!out) ZEL_HERE.raise(E_POINTER);
+      *out = nullptr;
+      this->state_->call(T::objectName(), L"FindConnectionPoint");
+      for (const auto& sinks : static_cast<T*>(this)->eventSinks()) {
+        if (!IsEqualIID(riid, sinks->iid)) continue;
+        *out = ComRef<IConnectionPoint>::adopt(
+                   new ConnectionPoint(this->state_, sinks, ComRef<IConnectionPointContainer>(this)))
+                   .detach();
+        return S_OK;
+      }
+      return CONNECT_E_NOCONNECTION;
+    });
+  }
+
+ protected:
+  using HostObject<T, IConnectionPointContainer>::HostObject;
+};
+
+// A VARIANT that lends an object to a sink for the length of a call.
+VARIANT borrowed(IDispatch* object) {
+  VARIANT v;
+  VariantInit(&v);
+  v.vt = VT_DISPATCH;
+  v.pdispVal = object;
+  return v;
 }
 
 // Default folders by the host's folder type, from the profile.
@@ -612,51 +751,122 @@ class Folder final : public HostObject<Folder> {
   std::string entryId_;
 };
 
-class Explorer final : public HostObject<Explorer> {
+// The selected items of an explorer, as they were when asked for.
+class Selection final : public HostObject<Selection> {
  public:
-  Explorer(std::shared_ptr<HostState> state, ComRef<IDispatch> folder)
-      : HostObject(std::move(state)), folder_(std::move(folder)) {}
+  Selection(std::shared_ptr<HostState> state, std::vector<ComRef<IDispatch>> items)
+      : HostObject(std::move(state)), items_(std::move(items)) {}
+  static const zelvo::DispatchTable<Selection>& dispatchTable() {
+    static const zelvo::DispatchTable<Selection> table({
+        {L"Count", 0x50, DISPATCH_PROPERTYGET, 0,
+         [](Selection& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"Selection", L"Count");
+           c.result = Variant::fromInt32(static_cast<LONG>(s.items_.size()));
+         }},
+        {L"Item", 0x51, DISPATCH_METHOD | DISPATCH_PROPERTYGET, 1,
+         [](Selection& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"Selection", L"Item");
+           const LONG i = c.int32(0);
+           if (i < 1 || static_cast<size_t>(i) > s.items_.size()) ZEL_HERE.raise(E_INVALIDARG, L"no such item");
+           c.result = Variant::fromDispatch(s.items_[i - 1].get());
+         }},
+    });
+    return table;
+  }
+
+ private:
+  std::vector<ComRef<IDispatch>> items_;
+};
+
+class Explorer final : public EventSource<Explorer> {
+ public:
+  Explorer(std::shared_ptr<HostState> state, std::shared_ptr<Window> window)
+      : EventSource(std::move(state)), window_(std::move(window)) {}
   static const IID* ownInterface() { return &IID_OutlookExplorer; }
+  static const wchar_t* objectName() { return L"Explorer"; }
+  std::vector<std::shared_ptr<EventSinks>> eventSinks() const { return {window_->events}; }
   static const zelvo::DispatchTable<Explorer>& dispatchTable() {
     static const zelvo::DispatchTable<Explorer> table({
         {L"CurrentFolder", 0x2101, DISPATCH_PROPERTYGET, 0,
          [](Explorer& e, zelvo::DispatchCall& c) {
            e.state_->call(L"Explorer", L"CurrentFolder");
-           c.result = Variant::fromDispatch(e.folder_.get());
+           c.result = Variant::fromDispatch(e.window_->folder.get());
+         }},
+        {L"Selection", 0x2202, DISPATCH_PROPERTYGET, 0,
+         [](Explorer& e, zelvo::DispatchCall& c) {
+           e.state_->call(L"Explorer", L"Selection");
+           c.result = Variant::fromDispatch(make<Selection>(e.state_, e.window_->selection).get());
          }},
     });
     return table;
   }
 
  private:
-  ComRef<IDispatch> folder_;
+  std::shared_ptr<Window> window_;
 };
 
-class Inspector final : public HostObject<Inspector> {
+class Inspector final : public EventSource<Inspector> {
  public:
-  Inspector(std::shared_ptr<HostState> state, ComRef<IDispatch> item)
-      : HostObject(std::move(state)), item_(std::move(item)) {}
+  Inspector(std::shared_ptr<HostState> state, std::shared_ptr<Window> window)
+      : EventSource(std::move(state)), window_(std::move(window)) {}
   static const IID* ownInterface() { return &IID_OutlookInspector; }
+  static const wchar_t* objectName() { return L"Inspector"; }
+  std::vector<std::shared_ptr<EventSinks>> eventSinks() const { return {window_->events}; }
   static const zelvo::DispatchTable<Inspector>& dispatchTable() {
     static const zelvo::DispatchTable<Inspector> table({
         {L"CurrentItem", 0x2102, DISPATCH_PROPERTYGET, 0,
          [](Inspector& i, zelvo::DispatchCall& c) {
            i.state_->call(L"Inspector", L"CurrentItem");
-           c.result = Variant::fromDispatch(i.item_.get());
+           c.result = Variant::fromDispatch(i.window_->item.get());
          }},
     });
     return table;
   }
 
  private:
-  ComRef<IDispatch> item_;
+  std::shared_ptr<Window> window_;
+};
+
+// Explorers and Inspectors: the open windows of a kind, numbered from 1 in the order opened.
+template <bool Explorers>
+class Windows final : public EventSource<Windows<Explorers>> {
+ public:
+  explicit Windows(std::shared_ptr<HostState> state) : EventSource<Windows>(std::move(state)) {}
+  static const wchar_t* objectName() { return Explorers ? L"Explorers" : L"Inspectors"; }
+  std::vector<std::shared_ptr<EventSinks>> eventSinks() const {
+    return {Explorers ? this->state_->explorersEvents : this->state_->inspectorsEvents};
+  }
+  const std::vector<std::shared_ptr<Window>>& windows() const {
+    return Explorers ? this->state_->explorers : this->state_->inspectors;
+  }
+  static const zelvo::DispatchTable<Windows>& dispatchTable() {
+    static const zelvo::DispatchTable<Windows> table({
+        {L"Count", 0x50, DISPATCH_PROPERTYGET, 0,
+         [](Windows& w, zelvo::DispatchCall& c) {
+           w.state_->call(objectName(), L"Count");
+           c.result = Variant::fromInt32(static_cast<LONG>(w.windows().size()));
+         }},
+        {L"Item", 0x51, DISPATCH_METHOD | DISPATCH_PROPERTYGET, 1,
+         [](Windows& w, zelvo::DispatchCall& c) {
+           w.state_->call(objectName(), L"Item");
+           const LONG i = c.int32(0);
+           if (i < 1 || static_cast<size_t>(i) > w.windows().size()) ZEL_HERE.raise(E_INVALIDARG, L"no such window");
+           c.result = Variant::fromDispatch(w.windows()[i - 1]->object.get());
+         }},
+    });
+    return table;
+  }
 };
 
 class NameSpace;
 
-class Application final : public HostObject<Application> {
+class Application final : public EventSource<Application> {
  public:
-  explicit Application(std::shared_ptr<HostState> state) : HostObject(std::move(state)) {}
+  explicit Application(std::shared_ptr<HostState> state) : EventSource(std::move(state)) {}
+  static const wchar_t* objectName() { return L"Application"; }
+  std::vector<std::shared_ptr<EventSinks>> eventSinks() const {
+    return {state_->applicationEvents, state_->applicationEvents11};
+  }
   static const zelvo::DispatchTable<Application>& dispatchTable();
 };
 
@@ -691,12 +901,22 @@ const zelvo::DispatchTable<Application>& Application::dispatchTable() {
       {L"ActiveExplorer", 0x111, DISPATCH_METHOD, 0,
        [](Application& a, zelvo::DispatchCall& c) {
          a.state_->call(L"Application", L"ActiveExplorer");
-         c.result = Variant::fromDispatch(a.state_->explorer.get());
+         c.result = Variant::fromDispatch(a.state_->active(a.state_->explorers).get());
        }},
       {L"ActiveInspector", 0x112, DISPATCH_METHOD, 0,
        [](Application& a, zelvo::DispatchCall& c) {
          a.state_->call(L"Application", L"ActiveInspector");
-         c.result = Variant::fromDispatch(a.state_->inspector.get());
+         c.result = Variant::fromDispatch(a.state_->active(a.state_->inspectors).get());
+       }},
+      {L"Explorers", 0x119, DISPATCH_PROPERTYGET, 0,
+       [](Application& a, zelvo::DispatchCall& c) {
+         a.state_->call(L"Application", L"Explorers");
+         c.result = Variant::fromDispatch(make<Windows<true>>(a.state_).get());
+       }},
+      {L"Inspectors", 0x11A, DISPATCH_PROPERTYGET, 0,
+       [](Application& a, zelvo::DispatchCall& c) {
+         a.state_->call(L"Application", L"Inspectors");
+         c.result = Variant::fromDispatch(make<Windows<false>>(a.state_).get());
        }},
       {L"Version", 0x116, DISPATCH_PROPERTYGET, 0,
        [](Application& a, zelvo::DispatchCall& c) {
@@ -772,8 +992,8 @@ StandIn::StandIn(const Profile& profile) : state_(std::make_shared<HostState>())
 
 StandIn::~StandIn() {
   // The windows hold objects that hold the state.
-  state_->explorer.reset();
-  state_->inspector.reset();
+  for (auto* windows : {&state_->explorers, &state_->inspectors})
+    for (auto& window : *windows) window->object.reset();
 }
 
 std::unique_ptr<StandIn> StandIn::load(const std::string& profilePath) {
@@ -798,15 +1018,121 @@ ReferenceStore::Store& StandIn::store(size_t storeIndex) {
   return *slot.store;
 }
 
-void StandIn::openExplorer(IDispatch* folder) { state_->explorer = make<Explorer>(state_, ComRef<IDispatch>(folder)); }
-void StandIn::closeExplorer() { state_->explorer.reset(); }
-void StandIn::openInspector(IDispatch* item) { state_->inspector = make<Inspector>(state_, ComRef<IDispatch>(item)); }
-void StandIn::closeInspector() { state_->inspector.reset(); }
+void StandIn::openExplorer(IDispatch* folder) {
+  auto window = std::make_shared<Window>(IID_ExplorerEvents_10);
+  window->folder = ComRef<IDispatch>(folder);
+  window->object = make<Explorer>(state_, window);
+  state_->explorers.push_back(window);
+  state_->explorersEvents->fire(EventId::NewExplorer, {borrowed(window->object.get())});
+}
+void StandIn::closeExplorer() {
+  if (state_->explorers.empty()) ZEL_HERE.raise(E_INVALIDARG, L"no explorer open");
+  closeWindow(state_->explorers, state_->explorers.size() - 1);
+}
+void StandIn::openInspector(IDispatch* item, bool compose) {
+  auto window = std::make_shared<Window>(IID_InspectorEvents_10);
+  window->item = ComRef<IDispatch>(item);
+  window->compose = compose;
+  window->object = make<Inspector>(state_, window);
+  state_->inspectors.push_back(window);
+  state_->inspectorsEvents->fire(EventId::NewInspector, {borrowed(window->object.get())});
+}
+void StandIn::closeInspector() {
+  if (state_->inspectors.empty()) ZEL_HERE.raise(E_INVALIDARG, L"no inspector open");
+  closeWindow(state_->inspectors, state_->inspectors.size() - 1);
+}
+
+void StandIn::closeWindow(std::vector<std::shared_ptr<Window>>& windows, size_t index) {
+  // The window is gone from the collection before its Close reaches the sinks, whose
+  // object stays alive for the call.
+  const std::shared_ptr<Window> window = windows.at(index);
+  windows.erase(windows.begin() + static_cast<std::ptrdiff_t>(index));
+  const ComRef<IDispatch> object = window->object;
+  window->object.reset();
+  window->events->fire(EventId::Close, {});
+}
 
 void StandIn::failNext(const std::wstring& member, HRESULT code) { state_->failures[member].push_back(code); }
 void StandIn::answerColumns(std::vector<ULONG> tags) { state_->answeredColumns = std::move(tags); }
 std::vector<std::wstring> StandIn::calls() const { return state_->calls; }
 void StandIn::clearCalls() { state_->calls.clear(); }
 size_t StandIn::liveTables() const { return state_->liveTables; }
+
+}  // namespace OutlookStandIn
+
+namespace OutlookStandIn {
+
+namespace {
+[[noreturn]] void refuse(const HostAction& action, HRESULT code, const std::wstring& what) {
+  ZEL_HERE.raise(code, L"actions line " + std::to_wstring(action.line) + L": " + what);
+}
+}  // namespace
+
+void StandIn::play(const std::vector<HostAction>& actions, const std::function<void(const HostAction&)>& addIn) {
+  using Verb = HostAction::Verb;
+  for (const HostAction& action : actions) {
+    switch (action.verb) {
+      case Verb::Startup:
+        state_->fireApplication(EventId::Startup, {});
+        break;
+      case Verb::OpenFolder: {
+        if (action.store >= state_->stores.size())
+          refuse(action, E_INVALIDARG, L"no store " + std::to_wstring(action.store));
+        const ComRef<IDispatch> folder = folderObject(state_, action.store, action.text);
+        if (state_->explorers.empty()) {
+          openExplorer(folder.get());
+          break;
+        }
+        // A folder switch drops the selection, as the host's does.
+        Window& explorer = *state_->explorers.back();
+        explorer.folder = folder;
+        explorer.selection.clear();
+        explorer.events->fire(EventId::FolderSwitch, {});
+        break;
+      }
+      case Verb::Select: {
+        if (state_->explorers.empty()) refuse(action, E_INVALIDARG, L"no explorer to select in");
+        Window& explorer = *state_->explorers.back();
+        explorer.selection.clear();
+        for (const auto& id : action.entryIds) explorer.selection.push_back(make<MailItem>(state_, id));
+        explorer.events->fire(EventId::SelectionChange, {});
+        break;
+      }
+      case Verb::OpenInspector:
+        openInspector(make<MailItem>(state_, action.entryIds.at(0)).get(), action.compose);
+        break;
+      case Verb::Send:
+      case Verb::CloseInspector: {
+        if (action.window > state_->inspectors.size())
+          refuse(action, E_INVALIDARG, L"no inspector " + std::to_wstring(action.window));
+        const size_t index = action.window - 1;
+        if (action.verb == Verb::Send) {
+          const std::shared_ptr<Window> inspector = state_->inspectors[index];
+          if (!inspector->compose) refuse(action, E_INVALIDARG, L"inspector " + std::to_wstring(action.window) + L" is not composing");
+          VARIANT_BOOL cancel = VARIANT_FALSE;
+          VARIANT cancelArgument;
+          VariantInit(&cancelArgument);
+          cancelArgument.vt = VT_BOOL | VT_BYREF;
+          cancelArgument.pboolVal = &cancel;
+          state_->fireApplication(EventId::ItemSend, {borrowed(inspector->item.get()), cancelArgument});
+          // A cancelled send leaves the item open to be edited.
+          if (cancel != VARIANT_FALSE) break;
+        }
+        closeWindow(state_->inspectors, index);
+        break;
+      }
+      case Verb::Quit:
+        while (!state_->inspectors.empty()) closeWindow(state_->inspectors, state_->inspectors.size() - 1);
+        while (!state_->explorers.empty()) closeWindow(state_->explorers, state_->explorers.size() - 1);
+        state_->fireApplication(EventId::Quit, {});
+        break;
+      case Verb::Connect:
+      case Verb::Click:
+        if (!addIn) refuse(action, E_NOTIMPL, L"no add-in to play this action");
+        addIn(action);
+        break;
+    }
+  }
+}
 
 }  // namespace OutlookStandIn

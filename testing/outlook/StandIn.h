@@ -7,10 +7,15 @@
 //
 // Every call, of the object model and of the MAPI objects, is recorded as
 // "Object.Member", and any of them can be told to fail once with a chosen code by its
-// member name. Not here yet: events and connection points, the Explorers and Inspectors
-// collections, command bars, ribbon objects and scripted host actions.
+// member name.
+//
+// Application, Explorers, Inspectors and each Explorer and Inspector fire their events
+// through connection points to the IDispatch sinks advised there; a run of host actions
+// read from a file (Actions.h) moves the windows and fires what the host fires. Not here
+// yet: command bars and ribbon objects.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +23,7 @@
 #include "base/ComRef.h"
 #include "platform/Mapi.h"
 #include "store/reference/ReferenceStore.h"
+#include "testing/outlook/Actions.h"
 #include "testing/outlook/Profile.h"
 
 namespace OutlookStandIn {
@@ -25,8 +31,32 @@ namespace OutlookStandIn {
 // The host's dispinterfaces that its windows answer besides IDispatch.
 extern const IID IID_OutlookExplorer;
 extern const IID IID_OutlookInspector;
+// The event dispinterfaces that the stand-in fires.
+extern const IID IID_ApplicationEvents;
+extern const IID IID_ApplicationEvents_11;
+extern const IID IID_ExplorerEvents_10;
+extern const IID IID_InspectorEvents_10;
+extern const IID IID_ExplorersEvents;
+extern const IID IID_InspectorsEvents;
+
+// The dispatch ids of the events fired, as the host's type library has them.
+namespace EventId {
+// ApplicationEvents(_11)
+constexpr DISPID ItemSend = 0xF002;  // (Item, Cancel by reference)
+constexpr DISPID Startup = 0xF006;
+constexpr DISPID Quit = 0xF007;
+// ExplorerEvents_10
+constexpr DISPID FolderSwitch = 0xF002;
+constexpr DISPID SelectionChange = 0xF007;
+// ExplorerEvents_10 and InspectorEvents_10
+constexpr DISPID Close = 0xF008;
+// ExplorersEvents, InspectorsEvents: (the new window)
+constexpr DISPID NewExplorer = 0xF001;
+constexpr DISPID NewInspector = 0xF001;
+}  // namespace EventId
 
 struct HostState;
+struct Window;
 
 class StandIn {
  public:
@@ -53,12 +83,20 @@ class StandIn {
   // foreign store.
   ReferenceStore::Store& store(size_t storeIndex);
 
-  // The windows in front: an explorer on folder (null: no current folder) and an
-  // inspector on item (null: no current item).
+  // A new window in front, announced by NewExplorer or NewInspector: an explorer on folder
+  // (null: no current folder), an inspector on item (null: no current item). Closing
+  // takes the window in front away and fires its Close; raises E_INVALIDARG with none.
   void openExplorer(IDispatch* folder);
   void closeExplorer();
-  void openInspector(IDispatch* item);
+  void openInspector(IDispatch* item, bool compose = false);
   void closeInspector();
+
+  // Applies each action in turn and fires what the host fires for it; the add-in's
+  // actions go to addIn. Raises E_INVALIDARG "actions line N: ..." for an action that
+  // the state does not allow (no such store or window, nothing to select in), and
+  // E_NOTIMPL for an add-in action without addIn.
+  void play(const std::vector<HostAction>& actions,
+            const std::function<void(const HostAction&)>& addIn = nullptr);
 
   // The next call of member (by name, any object) answers code.
   void failNext(const std::wstring& member, HRESULT code);
@@ -71,6 +109,8 @@ class StandIn {
   size_t liveTables() const;
 
  private:
+  void closeWindow(std::vector<std::shared_ptr<Window>>& windows, size_t index);
+
   std::shared_ptr<HostState> state_;
 };
 
