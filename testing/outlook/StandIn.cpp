@@ -991,9 +991,22 @@ StandIn::StandIn(const Profile& profile) : state_(std::make_shared<HostState>())
 }
 
 StandIn::~StandIn() {
-  // The windows hold objects that hold the state.
-  for (auto* windows : {&state_->explorers, &state_->inspectors})
-    for (auto& window : *windows) window->object.reset();
+  // The windows hold objects (the window's own, its folder, selection and item) that hold
+  // the state, and so do the sinks a test may have left advised: let go of all of them so
+  // that the state goes with the stand-in.
+  for (auto* windows : {&state_->explorers, &state_->inspectors}) {
+    for (auto& window : *windows) {
+      window->object.reset();
+      window->folder.reset();
+      window->selection.clear();
+      window->item.reset();
+      window->events->sinks.clear();
+    }
+    windows->clear();
+  }
+  for (const auto& events : {state_->applicationEvents, state_->applicationEvents11, state_->explorersEvents,
+                             state_->inspectorsEvents})
+    events->sinks.clear();
 }
 
 std::unique_ptr<StandIn> StandIn::load(const std::string& profilePath) {
