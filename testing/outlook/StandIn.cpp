@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <cwctype>
 #include <deque>
 #include <functional>
 #include <map>
@@ -28,6 +29,8 @@ const IID IID_ExplorerEvents_10 = {0x0006300F, 0x0000, 0x0000, {0xC0, 0x00, 0x00
 const IID IID_InspectorEvents_10 = {0x0006302A, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_ExplorersEvents = {0x00063078, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_InspectorsEvents = {0x00063079, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_CommandBarButton = {0x000C030E, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_CommandBarButtonEvents = {0x000C0351, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
 namespace {
 
@@ -89,6 +92,39 @@ struct EventSinks {
   }
 };
 
+// A button of a command bar. Its objects come and go; what the add-in set stays here.
+struct ButtonState {
+  ButtonState() : events(std::make_shared<EventSinks>(IID_CommandBarButtonEvents)) {}
+  LONG id = 1;
+  std::wstring parameter;
+  bool temporary = false;
+  std::wstring caption;
+  std::wstring tag;
+  std::wstring tooltipText;
+  LONG style = 0;  // msoButtonAutomatic
+  LONG buttonState = 0;  // msoButtonUp
+  bool enabled = true;
+  bool visible = true;
+  bool beginGroup = false;
+  ComRef<IUnknown> picture;
+  ComRef<IUnknown> mask;
+  bool deleted = false;
+  std::shared_ptr<EventSinks> events;
+};
+
+struct BarState {
+  std::wstring name;
+  LONG position = 1;  // msoBarTop
+  bool menuBar = false;
+  bool temporary = false;
+  bool visible = false;  // a new bar is hidden until shown
+  LONG left = 0;
+  LONG top = 0;
+  LONG rowIndex = 0;
+  bool deleted = false;
+  std::vector<std::shared_ptr<ButtonState>> controls;
+};
+
 // An explorer or inspector window: what it shows, its sinks and the object that stands for
 // it while it is open.
 struct Window {
@@ -99,6 +135,7 @@ struct Window {
   bool compose = false;
   std::shared_ptr<EventSinks> events;
   ComRef<IDispatch> object;
+  std::vector<std::shared_ptr<BarState>> bars;
 };
 
 struct HostState {
@@ -778,6 +815,273 @@ class Selection final : public HostObject<Selection> {
   std::vector<ComRef<IDispatch>> items_;
 };
 
+// ---- Command bars -------------------------------------------------------------------
+
+// The host finds bars and controls by name without regard to case.
+bool sameName(const std::wstring& a, const std::wstring& b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i)
+    if (std::towlower(a[i]) != std::towlower(b[i])) return false;
+  return true;
+}
+
+// A bar or button the add-in deleted answers nothing more, as the host's objects do.
+void requireAlive(bool deleted) {
+  if (deleted) ZEL_HERE.raise(E_FAIL, L"the object was deleted");
+}
+
+class Button final : public EventSource<Button> {
+ public:
+  Button(std::shared_ptr<HostState> state, std::shared_ptr<BarState> bar, std::shared_ptr<ButtonState> button)
+      : EventSource(std::move(state)), bar_(std::move(bar)), button_(std::move(button)) {}
+  static const IID* ownInterface() { return &IID_CommandBarButton; }
+  static const wchar_t* objectName() { return L"CommandBarButton"; }
+  std::vector<std::shared_ptr<EventSinks>> eventSinks() const { return {button_->events}; }
+  static const zelvo::DispatchTable<Button>& dispatchTable();
+
+ private:
+  // The call recorded, then a get or put of one field.
+  void enter(const wchar_t* member) {
+    state_->call(L"CommandBarButton", member);
+    requireAlive(button_->deleted);
+  }
+  static void text(Button& b, zelvo::DispatchCall& c, const wchar_t* member, std::wstring ButtonState::*field) {
+    b.enter(member);
+    if (c.isPut()) (*b.button_).*field = c.value().toText();
+    else c.result = Variant::fromText((*b.button_).*field);
+  }
+  static void flag(Button& b, zelvo::DispatchCall& c, const wchar_t* member, bool ButtonState::*field) {
+    b.enter(member);
+    if (c.isPut()) (*b.button_).*field = c.value().toBool();
+    else c.result = Variant::fromBool((*b.button_).*field);
+  }
+  static void number(Button& b, zelvo::DispatchCall& c, const wchar_t* member, LONG ButtonState::*field) {
+    b.enter(member);
+    if (c.isPut()) (*b.button_).*field = c.value().toInt32();
+    else c.result = Variant::fromInt32((*b.button_).*field);
+  }
+  static void object(Button& b, zelvo::DispatchCall& c, const wchar_t* member, ComRef<IUnknown> ButtonState::*field) {
+    b.enter(member);
+    if (c.isPut()) (*b.button_).*field = c.value().toUnknown();
+    else c.result = Variant::fromUnknown(((*b.button_).*field).get());
+  }
+
+  std::shared_ptr<BarState> bar_;
+  std::shared_ptr<ButtonState> button_;
+};
+
+constexpr WORD kProperty = DISPATCH_PROPERTYGET | DISPATCH_PROPERTYPUT;
+
+const zelvo::DispatchTable<Button>& Button::dispatchTable() {
+  static const zelvo::DispatchTable<Button> table({
+      {L"Caption", 0x60030000, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { text(b, c, L"Caption", &ButtonState::caption); }},
+      {L"Tag", 0x60030001, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { text(b, c, L"Tag", &ButtonState::tag); }},
+      {L"TooltipText", 0x60030002, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { text(b, c, L"TooltipText", &ButtonState::tooltipText); }},
+      {L"Style", 0x60030003, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { number(b, c, L"Style", &ButtonState::style); }},
+      {L"State", 0x60030004, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { number(b, c, L"State", &ButtonState::buttonState); }},
+      {L"Enabled", 0x60030005, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { flag(b, c, L"Enabled", &ButtonState::enabled); }},
+      {L"Visible", 0x60030006, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { flag(b, c, L"Visible", &ButtonState::visible); }},
+      {L"BeginGroup", 0x60030007, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { flag(b, c, L"BeginGroup", &ButtonState::beginGroup); }},
+      {L"Picture", 0x60030008, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { object(b, c, L"Picture", &ButtonState::picture); }},
+      {L"Mask", 0x60030009, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { object(b, c, L"Mask", &ButtonState::mask); }},
+      {L"Id", 0x6003000A, DISPATCH_PROPERTYGET, 0,
+       [](Button& b, zelvo::DispatchCall& c) {
+         b.enter(L"Id");
+         c.result = Variant::fromInt32(b.button_->id);
+       }},
+      {L"Parameter", 0x6003000B, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { text(b, c, L"Parameter", &ButtonState::parameter); }},
+      {L"Delete", 0x6003000C, DISPATCH_METHOD, 0,
+       [](Button& b, zelvo::DispatchCall&) {
+         b.enter(L"Delete");
+         auto& controls = b.bar_->controls;
+         for (auto it = controls.begin(); it != controls.end(); ++it)
+           if (*it == b.button_) {
+             controls.erase(it);
+             break;
+           }
+         b.button_->deleted = true;
+       }},
+  });
+  return table;
+}
+
+// Finds by a 1-based index or by the text given: a name that no member has and that is a
+// number is taken as an index, as the host's collections take either.
+template <class Entry, class Named>
+std::shared_ptr<Entry> findEntry(const std::vector<std::shared_ptr<Entry>>& entries, const std::wstring& key,
+                                 Named name) {
+  for (const auto& entry : entries)
+    if (sameName(name(*entry), key)) return entry;
+  if (!key.empty() && key.find_first_not_of(L"0123456789") == std::wstring::npos && key.size() < 9) {
+    const size_t index = std::stoul(key);
+    if (index >= 1 && index <= entries.size()) return entries[index - 1];
+  }
+  ZEL_HERE.raise(E_INVALIDARG, L"no such member: " + key);
+}
+
+class Controls final : public HostObject<Controls> {
+ public:
+  Controls(std::shared_ptr<HostState> state, std::shared_ptr<BarState> bar)
+      : HostObject(std::move(state)), bar_(std::move(bar)) {}
+  static const zelvo::DispatchTable<Controls>& dispatchTable() {
+    static const zelvo::DispatchTable<Controls> table({
+        {L"Add", 0x60030000, DISPATCH_METHOD, 5,
+         [](Controls& s, zelvo::DispatchCall& c) {
+           s.enter(L"Add");
+           // msoControlButton is the one kind of control the add-in builds.
+           if (c.int32(0) != 1) ZEL_HERE.raise(E_INVALIDARG, L"only buttons can be added");
+           auto button = std::make_shared<ButtonState>();
+           button->id = c.int32(1);
+           button->parameter = c.text(2);
+           const LONG before = c.int32(3);
+           button->temporary = c.boolean(4);
+           auto& controls = s.bar_->controls;
+           if (before < 0 || static_cast<size_t>(before) > controls.size() + 1)
+             ZEL_HERE.raise(E_INVALIDARG, L"no such place");
+           // Before 0 (or past the last) appends.
+           const size_t at = before == 0 ? controls.size() : static_cast<size_t>(before) - 1;
+           controls.insert(controls.begin() + static_cast<std::ptrdiff_t>(at), button);
+           c.result = Variant::fromDispatch(make<Button>(s.state_, s.bar_, button).get());
+         }},
+        {L"Count", 0x60030001, DISPATCH_PROPERTYGET, 0,
+         [](Controls& s, zelvo::DispatchCall& c) {
+           s.enter(L"Count");
+           c.result = Variant::fromInt32(static_cast<LONG>(s.bar_->controls.size()));
+         }},
+        {L"Item", 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, 1,
+         [](Controls& s, zelvo::DispatchCall& c) {
+           s.enter(L"Item");
+           const auto button =
+               findEntry(s.bar_->controls, c.text(0), [](const ButtonState& b) -> const std::wstring& { return b.caption; });
+           c.result = Variant::fromDispatch(make<Button>(s.state_, s.bar_, button).get());
+         }},
+    });
+    return table;
+  }
+
+ private:
+  void enter(const wchar_t* member) {
+    state_->call(L"CommandBarControls", member);
+    requireAlive(bar_->deleted);
+  }
+  std::shared_ptr<BarState> bar_;
+};
+
+class Bar final : public HostObject<Bar> {
+ public:
+  Bar(std::shared_ptr<HostState> state, std::shared_ptr<Window> window, std::shared_ptr<BarState> bar)
+      : HostObject(std::move(state)), window_(std::move(window)), bar_(std::move(bar)) {}
+  static const zelvo::DispatchTable<Bar>& dispatchTable();
+
+ private:
+  void enter(const wchar_t* member) {
+    state_->call(L"CommandBar", member);
+    requireAlive(bar_->deleted);
+  }
+  static void number(Bar& b, zelvo::DispatchCall& c, const wchar_t* member, LONG BarState::*field) {
+    b.enter(member);
+    if (c.isPut()) (*b.bar_).*field = c.value().toInt32();
+    else c.result = Variant::fromInt32((*b.bar_).*field);
+  }
+
+  std::shared_ptr<Window> window_;
+  std::shared_ptr<BarState> bar_;
+};
+
+const zelvo::DispatchTable<Bar>& Bar::dispatchTable() {
+  static const zelvo::DispatchTable<Bar> table({
+      {L"Controls", 0x60030000, DISPATCH_PROPERTYGET, 0,
+       [](Bar& b, zelvo::DispatchCall& c) {
+         b.enter(L"Controls");
+         c.result = Variant::fromDispatch(make<Controls>(b.state_, b.bar_).get());
+       }},
+      {L"Name", 0x60030001, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) {
+         b.enter(L"Name");
+         if (c.isPut()) b.bar_->name = c.value().toText();
+         else c.result = Variant::fromText(b.bar_->name);
+       }},
+      {L"Visible", 0x60030002, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) {
+         b.enter(L"Visible");
+         if (c.isPut()) b.bar_->visible = c.value().toBool();
+         else c.result = Variant::fromBool(b.bar_->visible);
+       }},
+      {L"Position", 0x60030003, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) { number(b, c, L"Position", &BarState::position); }},
+      {L"Left", 0x60030004, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) { number(b, c, L"Left", &BarState::left); }},
+      {L"Top", 0x60030005, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) { number(b, c, L"Top", &BarState::top); }},
+      {L"RowIndex", 0x60030006, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) { number(b, c, L"RowIndex", &BarState::rowIndex); }},
+      {L"Delete", 0x60030007, DISPATCH_METHOD, 0,
+       [](Bar& b, zelvo::DispatchCall&) {
+         b.enter(L"Delete");
+         auto& bars = b.window_->bars;
+         for (auto it = bars.begin(); it != bars.end(); ++it)
+           if (*it == b.bar_) {
+             bars.erase(it);
+             break;
+           }
+         b.bar_->deleted = true;
+         for (auto& button : b.bar_->controls) button->deleted = true;
+       }},
+  });
+  return table;
+}
+
+class Bars final : public HostObject<Bars> {
+ public:
+  Bars(std::shared_ptr<HostState> state, std::shared_ptr<Window> window)
+      : HostObject(std::move(state)), window_(std::move(window)) {}
+  static const zelvo::DispatchTable<Bars>& dispatchTable() {
+    static const zelvo::DispatchTable<Bars> table({
+        {L"Add", 0x60030000, DISPATCH_METHOD, 4,
+         [](Bars& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"CommandBars", L"Add");
+           auto bar = std::make_shared<BarState>();
+           bar->name = c.text(0);
+           bar->position = c.int32(1);
+           bar->menuBar = c.boolean(2);
+           bar->temporary = c.boolean(3);
+           for (const auto& other : s.window_->bars)
+             if (sameName(other->name, bar->name))
+               ZEL_HERE.raise(E_INVALIDARG, L"a command bar of this name exists: " + bar->name);
+           s.window_->bars.push_back(bar);
+           c.result = Variant::fromDispatch(make<Bar>(s.state_, s.window_, bar).get());
+         }},
+        {L"Count", 0x60030001, DISPATCH_PROPERTYGET, 0,
+         [](Bars& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"CommandBars", L"Count");
+           c.result = Variant::fromInt32(static_cast<LONG>(s.window_->bars.size()));
+         }},
+        {L"Item", 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, 1,
+         [](Bars& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"CommandBars", L"Item");
+           const auto bar =
+               findEntry(s.window_->bars, c.text(0), [](const BarState& b) -> const std::wstring& { return b.name; });
+           c.result = Variant::fromDispatch(make<Bar>(s.state_, s.window_, bar).get());
+         }},
+    });
+    return table;
+  }
+
+ private:
+  std::shared_ptr<Window> window_;
+};
+
 class Explorer final : public EventSource<Explorer> {
  public:
   Explorer(std::shared_ptr<HostState> state, std::shared_ptr<Window> window)
@@ -791,6 +1095,11 @@ class Explorer final : public EventSource<Explorer> {
          [](Explorer& e, zelvo::DispatchCall& c) {
            e.state_->call(L"Explorer", L"CurrentFolder");
            c.result = Variant::fromDispatch(e.window_->folder.get());
+         }},
+        {L"CommandBars", 0x2100, DISPATCH_PROPERTYGET, 0,
+         [](Explorer& e, zelvo::DispatchCall& c) {
+           e.state_->call(L"Explorer", L"CommandBars");
+           c.result = Variant::fromDispatch(make<Bars>(e.state_, e.window_).get());
          }},
         {L"Selection", 0x2202, DISPATCH_PROPERTYGET, 0,
          [](Explorer& e, zelvo::DispatchCall& c) {
@@ -814,6 +1123,11 @@ class Inspector final : public EventSource<Inspector> {
   std::vector<std::shared_ptr<EventSinks>> eventSinks() const { return {window_->events}; }
   static const zelvo::DispatchTable<Inspector>& dispatchTable() {
     static const zelvo::DispatchTable<Inspector> table({
+        {L"CommandBars", 0x2100, DISPATCH_PROPERTYGET, 0,
+         [](Inspector& i, zelvo::DispatchCall& c) {
+           i.state_->call(L"Inspector", L"CommandBars");
+           c.result = Variant::fromDispatch(make<Bars>(i.state_, i.window_).get());
+         }},
         {L"CurrentItem", 0x2102, DISPATCH_PROPERTYGET, 0,
          [](Inspector& i, zelvo::DispatchCall& c) {
            i.state_->call(L"Inspector", L"CurrentItem");
@@ -1050,6 +1364,27 @@ void StandIn::closeWindow(std::vector<std::shared_ptr<Window>>& windows, size_t 
   const ComRef<IDispatch> object = window->object;
   window->object.reset();
   window->events->fire(EventId::Close, {});
+}
+
+bool StandIn::clickButton(const std::wstring& tag) {
+  // Each button's object lives for its call, as the host hands out a new one per event.
+  std::vector<std::pair<std::shared_ptr<BarState>, std::shared_ptr<ButtonState>>> tagged;
+  for (auto* windows : {&state_->explorers, &state_->inspectors})
+    for (const auto& window : *windows)
+      for (const auto& bar : window->bars)
+        for (const auto& button : bar->controls)
+          if (button->tag == tag) tagged.emplace_back(bar, button);
+  if (tagged.empty()) ZEL_HERE.raise(E_INVALIDARG, L"no button tagged " + tag);
+  VARIANT_BOOL cancel = VARIANT_FALSE;
+  for (const auto& [bar, button] : tagged) {
+    const ComRef<IDispatch> object = make<Button>(state_, bar, button);
+    VARIANT cancelArgument;
+    VariantInit(&cancelArgument);
+    cancelArgument.vt = VT_BOOL | VT_BYREF;
+    cancelArgument.pboolVal = &cancel;
+    button->events->fire(EventId::Click, {borrowed(object.get()), cancelArgument});
+  }
+  return cancel != VARIANT_FALSE;
 }
 
 void StandIn::failNext(const std::wstring& member, HRESULT code) { state_->failures[member].push_back(code); }

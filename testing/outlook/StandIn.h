@@ -11,8 +11,11 @@
 //
 // Application, Explorers, Inspectors and each Explorer and Inspector fire their events
 // through connection points to the IDispatch sinks advised there; a run of host actions
-// read from a file (Actions.h) moves the windows and fires what the host fires. Not here
-// yet: command bars and ribbon objects.
+// read from a file (Actions.h) moves the windows and fires what the host fires.
+//
+// Each window has command bars of its own (Explorer.CommandBars, Inspector.CommandBars):
+// bars of buttons that the add-in builds, and whose Click the host fires to the sinks
+// advised on a button. Not here yet: ribbon objects.
 #pragma once
 
 #include <functional>
@@ -31,6 +34,8 @@ namespace OutlookStandIn {
 // The host's dispinterfaces that its windows answer besides IDispatch.
 extern const IID IID_OutlookExplorer;
 extern const IID IID_OutlookInspector;
+// _CommandBarButton of the shared office type library.
+extern const IID IID_CommandBarButton;
 // The event dispinterfaces that the stand-in fires.
 extern const IID IID_ApplicationEvents;
 extern const IID IID_ApplicationEvents_11;
@@ -38,6 +43,7 @@ extern const IID IID_ExplorerEvents_10;
 extern const IID IID_InspectorEvents_10;
 extern const IID IID_ExplorersEvents;
 extern const IID IID_InspectorsEvents;
+extern const IID IID_CommandBarButtonEvents;
 
 // The dispatch ids of the events fired, as the host's type library has them.
 namespace EventId {
@@ -53,6 +59,8 @@ constexpr DISPID Close = 0xF008;
 // ExplorersEvents, InspectorsEvents: (the new window)
 constexpr DISPID NewExplorer = 0xF001;
 constexpr DISPID NewInspector = 0xF001;
+// _CommandBarButtonEvents: (the button, CancelDefault by reference)
+constexpr DISPID Click = 1;
 }  // namespace EventId
 
 struct HostState;
@@ -97,6 +105,11 @@ class StandIn {
   // E_NOTIMPL for an add-in action without addIn.
   void play(const std::vector<HostAction>& actions,
             const std::function<void(const HostAction&)>& addIn = nullptr);
+
+  // Clicks every button with this tag on the bars of the open windows, as the host fires
+  // Click to each button that shares a tag. True when a sink set CancelDefault; raises
+  // E_INVALIDARG when no button has the tag.
+  bool clickButton(const std::wstring& tag);
 
   // The next call of member (by name, any object) answers code.
   void failNext(const std::wstring& member, HRESULT code);

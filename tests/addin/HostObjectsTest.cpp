@@ -1,0 +1,258 @@
+// The host stand-in's objects beyond the windows: command bars that the add-in builds on a
+// window, read back by name and clicked through a button's connection point.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "base/Dispatcher.h"
+#include "base/HResultException.h"
+#include "base/LateBinding.h"
+#include "testing/TestEnvironment.h"
+#include "testing/outlook/StandIn.h"
+
+namespace {
+
+using namespace OutlookStandIn;
+using zelvo::callMethod;
+using zelvo::getProperty;
+using zelvo::putProperty;
+using zelvo::testing::utf8;
+
+const char kProfile[] =
+    "store private name=Work service={0A000000-0000-0000-0000-000000000001} key={0B000000-0000-0000-0000-000000000001} "
+    "default\n"
+    "folder Inbox 0A0B default=6\n";
+
+// What a call answered: S_OK or the failure raised.
+HRESULT outcome(const std::function<void()>& call) {
+  try {
+    call();
+    return S_OK;
+  } catch (const HResultException& e) {
+    return e.getHResult();
+  }
+}
+
+// A click sink as the add-in has one: records the button's tag and sets CancelDefault
+// when told to.
+class ClickSink final : public iui_::IUnknownImpl<IDispatch> {
+ public:
+  explicit ClickSink(bool cancel) : cancel_(cancel) {}
+  std::vector<std::wstring> clicks;
+
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
+    *count = 0;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* params, VARIANT*, EXCEPINFO*,
+                                   UINT*) override {
+    return zelvo::comBoundary([&] {
+      EXPECT_EQ(id, EventId::Click);
+      EXPECT_EQ(flags, DISPATCH_METHOD);
+      EXPECT_EQ(params->cArgs, 2u);
+      // The button first, CancelDefault last: reversed in rgvarg.
+      const VARIANT& button = params->rgvarg[1];
+      const VARIANT& cancel = params->rgvarg[0];
+      EXPECT_EQ(button.vt, VT_DISPATCH);
+      EXPECT_EQ(cancel.vt, VT_BOOL | VT_BYREF);
+      clicks.push_back(getProperty(button.pdispVal, L"Tag").toText());
+      if (cancel_) *cancel.pboolVal = VARIANT_TRUE;
+    });
+  }
+
+ private:
+  bool cancel_;
+};
+
+class CommandBarsTest : public ::testing::Test {
+ protected:
+  CommandBarsTest() : host_(parseProfile(kProfile)) {
+    host_.openExplorer(host_.folder(0, L"Inbox").get());
+    host_.openInspector(host_.mailItem(L"0C0D").get());
+  }
+  ComRef<IDispatch> window(const wchar_t* which) {
+    return callMethod(host_.application().get(), which).toDispatch();
+  }
+  ComRef<IDispatch> bars(const wchar_t* which = L"ActiveExplorer") {
+    return getProperty(window(which).get(), L"CommandBars").toDispatch();
+  }
+  // A toolbar named name with one button tagged tag.
+  ComRef<IDispatch> buildBar(const wchar_t* which, const std::wstring& name, const std::wstring& tag) {
+    const ComRef<IDispatch> bar =
+        callMethod(bars(which).get(), L"Add",
+                   {Variant::fromText(name), Variant::fromInt32(1), Variant::fromBool(false), Variant::fromBool(true)})
+            .toDispatch();
+    const ComRef<IDispatch> controls = getProperty(bar.get(), L"Controls").toDispatch();
+    const ComRef<IDispatch> button =
+        callMethod(controls.get(), L"Add",
+                   {Variant::fromInt32(1), Variant::fromInt32(1), Variant::fromText(L""), Variant::fromInt32(0),
+                    Variant::fromBool(true)})
+            .toDispatch();
+    putProperty(button.get(), L"Tag", Variant::fromText(tag));
+    return button;
+  }
+  DWORD advise(IDispatch* button, ClickSink* sink) {
+    ComRef<IConnectionPointContainer> container =
+        ComRef<IDispatch>(button).as<IConnectionPointContainer>(IID_IConnectionPointContainer);
+    ComRef<IConnectionPoint> point;
+    EXPECT_EQ(container->FindConnectionPoint(IID_CommandBarButtonEvents, point.put()), S_OK);
+    DWORD cookie = 0;
+    EXPECT_EQ(point->Advise(static_cast<IDispatch*>(sink), &cookie), S_OK);
+    return cookie;
+  }
+
+  StandIn host_;
+};
+
+// Each property the add-in sets on a button, and what it reads back from the button found
+// again by bar name and caption.
+struct ButtonProperty {
+  const wchar_t* name;
+  Variant value;
+};
+
+TEST_F(CommandBarsTest, ToolbarIsFoundByNameWithTheButtonsPropertiesAsSet) {
+  const ComRef<IDispatch> built = buildBar(L"ActiveExplorer", L"Zelvo", L"zelvo.sync");
+  const ComRef<IDispatch> picture = host_.mailItem(L"image");
+  const std::vector<ButtonProperty> properties = {
+      {L"Caption", Variant::fromText(L"Synchronise")}, {L"TooltipText", Variant::fromText(L"Send and receive")},
+      {L"Style", Variant::fromInt32(3)},                {L"State", Variant::fromInt32(-1)},
+      {L"Enabled", Variant::fromBool(false)},           {L"Visible", Variant::fromBool(false)},
+      {L"BeginGroup", Variant::fromBool(true)},         {L"Picture", Variant::fromDispatch(picture.get())},
+      {L"Mask", Variant::fromDispatch(picture.get())},
+  };
+  for (const auto& p : properties) putProperty(built.get(), p.name, p.value);
+
+  const ComRef<IDispatch> bar = getProperty(bars().get(), L"Item", {Variant::fromText(L"zelvo")}).toDispatch();
+  EXPECT_EQ(getProperty(bar.get(), L"Name").toText(), L"Zelvo");
+  const ComRef<IDispatch> controls = getProperty(bar.get(), L"Controls").toDispatch();
+  EXPECT_EQ(getProperty(controls.get(), L"Count").toInt32(), 1);
+  const ComRef<IDispatch> button =
+      getProperty(controls.get(), L"Item", {Variant::fromText(L"Synchronise")}).toDispatch();
+  EXPECT_EQ(getProperty(button.get(), L"Tag").toText(), L"zelvo.sync");
+  for (const auto& p : properties) {
+    SCOPED_TRACE(utf8(p.name));
+    const Variant read = getProperty(button.get(), p.name);
+    if (p.value.get().vt == VT_DISPATCH)
+      EXPECT_EQ(read.toUnknown().get(), ComRef<IDispatch>(picture).as<IUnknown>(IID_IUnknown).get());
+    else
+      EXPECT_EQ(read.toText(), p.value.toText());
+  }
+  // Found by place as well as by name; the inspector's bars are its own.
+  EXPECT_EQ(getProperty(getProperty(bars().get(), L"Item", {Variant::fromInt32(1)}).toDispatch().get(), L"Name")
+                .toText(),
+            L"Zelvo");
+  EXPECT_EQ(getProperty(bars(L"ActiveInspector").get(), L"Count").toInt32(), 0);
+}
+
+TEST_F(CommandBarsTest, BarPropertiesReadBackAndDeleteTakesTheBarAway) {
+  buildBar(L"ActiveExplorer", L"First", L"a");
+  buildBar(L"ActiveExplorer", L"Second", L"b");
+  const ComRef<IDispatch> bar = getProperty(bars().get(), L"Item", {Variant::fromText(L"Second")}).toDispatch();
+  const std::vector<ButtonProperty> properties = {
+      {L"Visible", Variant::fromBool(true)}, {L"Position", Variant::fromInt32(4)}, {L"Left", Variant::fromInt32(120)},
+      {L"Top", Variant::fromInt32(-7)},      {L"RowIndex", Variant::fromInt32(2)},
+  };
+  for (const auto& p : properties) {
+    SCOPED_TRACE(utf8(p.name));
+    putProperty(bar.get(), p.name, p.value);
+    EXPECT_EQ(getProperty(bar.get(), p.name).toText(), p.value.toText());
+  }
+  callMethod(bar.get(), L"Delete");
+  EXPECT_EQ(getProperty(bars().get(), L"Count").toInt32(), 1);
+  EXPECT_EQ(outcome([&] { getProperty(bars().get(), L"Item", {Variant::fromText(L"Second")}); }), E_INVALIDARG);
+  EXPECT_EQ(outcome([&] { getProperty(bar.get(), L"Name"); }), E_FAIL);
+  EXPECT_THROW(host_.clickButton(L"b"), HResultException);
+}
+
+TEST_F(CommandBarsTest, ClickReachesTheAdvisedSinksOfEveryButtonWithTheTag) {
+  const ComRef<IDispatch> explorerButton = buildBar(L"ActiveExplorer", L"Zelvo", L"zelvo.sync");
+  const ComRef<IDispatch> inspectorButton = buildBar(L"ActiveInspector", L"Zelvo", L"zelvo.sync");
+  buildBar(L"ActiveExplorer", L"Other", L"other");
+  const auto sink = ComRef<ClickSink>::adopt(new ClickSink(false));
+  const auto cancelling = ComRef<ClickSink>::adopt(new ClickSink(true));
+  advise(explorerButton.get(), sink.get());
+  EXPECT_FALSE(host_.clickButton(L"zelvo.sync"));
+  EXPECT_EQ(sink->clicks, (std::vector<std::wstring>{L"zelvo.sync"}));
+  advise(inspectorButton.get(), cancelling.get());
+  EXPECT_TRUE(host_.clickButton(L"zelvo.sync"));
+  EXPECT_EQ(sink->clicks.size(), 2u);
+  EXPECT_EQ(cancelling->clicks, (std::vector<std::wstring>{L"zelvo.sync"}));
+  // A button deleted is clicked no more.
+  callMethod(inspectorButton.get(), L"Delete");
+  EXPECT_FALSE(host_.clickButton(L"zelvo.sync"));
+  EXPECT_EQ(cancelling->clicks.size(), 1u);
+}
+
+// The calls the add-in makes are refused as the host would refuse them.
+struct Refusal {
+  const char* what;
+  std::function<void(CommandBarsTest&, IDispatch* bars)> call;
+  HRESULT expected;
+};
+
+class CommandBarRefusals : public CommandBarsTest {};
+
+TEST_F(CommandBarRefusals, AnsweredWithTheHostsCodes) {
+  buildBar(L"ActiveExplorer", L"Zelvo", L"t");
+  const std::vector<Refusal> refusals = {
+      {"a second bar of the same name",
+       [](CommandBarsTest&, IDispatch* b) {
+         callMethod(b, L"Add",
+                    {Variant::fromText(L"ZELVO"), Variant::fromInt32(1), Variant::fromBool(false),
+                     Variant::fromBool(true)});
+       },
+       E_INVALIDARG},
+      {"no bar of the name", [](CommandBarsTest&, IDispatch* b) { getProperty(b, L"Item", {Variant::fromText(L"x")}); },
+       E_INVALIDARG},
+      {"no bar at the place", [](CommandBarsTest&, IDispatch* b) { getProperty(b, L"Item", {Variant::fromInt32(2)}); },
+       E_INVALIDARG},
+      {"a control other than a button",
+       [](CommandBarsTest&, IDispatch* b) {
+         const auto bar = getProperty(b, L"Item", {Variant::fromInt32(1)}).toDispatch();
+         callMethod(getProperty(bar.get(), L"Controls").toDispatch().get(), L"Add",
+                    {Variant::fromInt32(10), Variant::fromInt32(1), Variant::fromText(L""), Variant::fromInt32(0),
+                     Variant::fromBool(true)});
+       },
+       E_INVALIDARG},
+      {"Add without its arguments", [](CommandBarsTest&, IDispatch* b) { callMethod(b, L"Add"); },
+       DISP_E_BADPARAMCOUNT},
+  };
+  for (const auto& r : refusals) {
+    SCOPED_TRACE(r.what);
+    EXPECT_EQ(outcome([&] { r.call(*this, bars().get()); }), r.expected);
+  }
+  EXPECT_EQ(getProperty(bars().get(), L"Count").toInt32(), 1);
+}
+
+TEST_F(CommandBarsTest, EveryMemberIsRecordedAndFailsOnDemand) {
+  const ComRef<IDispatch> button = buildBar(L"ActiveExplorer", L"Zelvo", L"t");
+  const ComRef<IDispatch> commandBars = bars();
+  const ComRef<IDispatch> bar = getProperty(commandBars.get(), L"Item", {Variant::fromInt32(1)}).toDispatch();
+  struct Member {
+    IDispatch* object;
+    const wchar_t* name;
+    const wchar_t* recorded;
+  };
+  const std::vector<Member> members = {
+      {commandBars.get(), L"Count", L"CommandBars.Count"}, {bar.get(), L"Name", L"CommandBar.Name"},
+      {bar.get(), L"RowIndex", L"CommandBar.RowIndex"},    {button.get(), L"Caption", L"CommandBarButton.Caption"},
+      {button.get(), L"Enabled", L"CommandBarButton.Enabled"},
+  };
+  for (const auto& m : members) {
+    SCOPED_TRACE(utf8(m.name));
+    host_.clearCalls();
+    host_.failNext(m.name, E_ACCESSDENIED);
+    EXPECT_EQ(outcome([&] { getProperty(m.object, m.name); }), E_ACCESSDENIED);
+    EXPECT_EQ(outcome([&] { getProperty(m.object, m.name); }), S_OK);
+    EXPECT_EQ(host_.calls(), (std::vector<std::wstring>{m.recorded, m.recorded}));
+  }
+  host_.failNext(L"CommandBars", E_OUTOFMEMORY);
+  EXPECT_EQ(outcome([&] { bars(); }), E_OUTOFMEMORY);
+}
+
+}  // namespace
