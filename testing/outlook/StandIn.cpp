@@ -29,6 +29,7 @@ const IID IID_ExplorerEvents_10 = {0x0006300F, 0x0000, 0x0000, {0xC0, 0x00, 0x00
 const IID IID_InspectorEvents_10 = {0x0006302A, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_ExplorersEvents = {0x00063078, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_InspectorsEvents = {0x00063079, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_SyncObjectEvents = {0x00063085, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_CommandBarButton = {0x000C030E, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_CommandBarButtonEvents = {0x000C0351, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
@@ -138,6 +139,13 @@ struct Window {
   std::vector<std::shared_ptr<BarState>> bars;
 };
 
+// A send/receive group of the profile: its sinks, and whether a run is under way.
+struct SyncState {
+  std::wstring name;
+  bool running = false;
+  std::shared_ptr<EventSinks> events = std::make_shared<EventSinks>(IID_SyncObjectEvents);
+};
+
 struct HostState {
   Profile profile;
   std::vector<StoreSlot> stores;
@@ -152,6 +160,7 @@ struct HostState {
   std::shared_ptr<EventSinks> applicationEvents11 = std::make_shared<EventSinks>(IID_ApplicationEvents_11);
   std::shared_ptr<EventSinks> explorersEvents = std::make_shared<EventSinks>(IID_ExplorersEvents);
   std::shared_ptr<EventSinks> inspectorsEvents = std::make_shared<EventSinks>(IID_InspectorsEvents);
+  std::vector<std::shared_ptr<SyncState>> syncObjects;
 
   ComRef<IDispatch> active(const std::vector<std::shared_ptr<Window>>& windows) const {
     return windows.empty() ? ComRef<IDispatch>() : windows.back()->object;
@@ -1172,6 +1181,66 @@ class Windows final : public EventSource<Windows<Explorers>> {
   }
 };
 
+class SyncObject final : public EventSource<SyncObject> {
+ public:
+  SyncObject(std::shared_ptr<HostState> state, std::shared_ptr<SyncState> sync)
+      : EventSource(std::move(state)), sync_(std::move(sync)) {}
+  static const wchar_t* objectName() { return L"SyncObject"; }
+  std::vector<std::shared_ptr<EventSinks>> eventSinks() const { return {sync_->events}; }
+  static const zelvo::DispatchTable<SyncObject>& dispatchTable() {
+    static const zelvo::DispatchTable<SyncObject> table({
+        {L"Name", 0x2100, DISPATCH_PROPERTYGET, 0,
+         [](SyncObject& o, zelvo::DispatchCall& c) {
+           o.state_->call(L"SyncObject", L"Name");
+           c.result = Variant::fromText(o.sync_->name);
+         }},
+        // A run starts at once and lasts until the test ends it (StandIn::endSync) or the
+        // add-in stops it; starting a running group does nothing, as in the host.
+        {L"Start", 0x2101, DISPATCH_METHOD, 0,
+         [](SyncObject& o, zelvo::DispatchCall&) {
+           o.state_->call(L"SyncObject", L"Start");
+           if (o.sync_->running) return;
+           o.sync_->running = true;
+           o.sync_->events->fire(EventId::SyncStart, {});
+         }},
+        {L"Stop", 0x2102, DISPATCH_METHOD, 0,
+         [](SyncObject& o, zelvo::DispatchCall&) {
+           o.state_->call(L"SyncObject", L"Stop");
+           if (!o.sync_->running) return;
+           o.sync_->running = false;
+           o.sync_->events->fire(EventId::SyncEnd, {});
+         }},
+    });
+    return table;
+  }
+
+ private:
+  std::shared_ptr<SyncState> sync_;
+};
+
+// The profile's send/receive groups, numbered from 1 or found by name.
+class SyncObjects final : public HostObject<SyncObjects> {
+ public:
+  explicit SyncObjects(std::shared_ptr<HostState> state) : HostObject(std::move(state)) {}
+  static const zelvo::DispatchTable<SyncObjects>& dispatchTable() {
+    static const zelvo::DispatchTable<SyncObjects> table({
+        {L"Count", 0x50, DISPATCH_PROPERTYGET, 0,
+         [](SyncObjects& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"SyncObjects", L"Count");
+           c.result = Variant::fromInt32(static_cast<LONG>(s.state_->syncObjects.size()));
+         }},
+        {L"Item", 0x51, DISPATCH_METHOD | DISPATCH_PROPERTYGET, 1,
+         [](SyncObjects& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"SyncObjects", L"Item");
+           const auto sync = findEntry(s.state_->syncObjects, c.text(0),
+                                       [](const SyncState& o) -> const std::wstring& { return o.name; });
+           c.result = Variant::fromDispatch(make<SyncObject>(s.state_, sync).get());
+         }},
+    });
+    return table;
+  }
+};
+
 class NameSpace;
 
 class Application final : public EventSource<Application> {
@@ -1194,6 +1263,11 @@ class NameSpace final : public HostObject<NameSpace> {
            n.state_->call(L"NameSpace", L"MAPIOBJECT");
            const ComRef<IMAPISession> session = ComRef<IMAPISession>::adopt(new Session(n.state_));
            c.result = Variant::fromUnknown(session.get());
+         }},
+        {L"SyncObjects", 0x2108, DISPATCH_PROPERTYGET, 0,
+         [](NameSpace& n, zelvo::DispatchCall& c) {
+           n.state_->call(L"NameSpace", L"SyncObjects");
+           c.result = Variant::fromDispatch(make<SyncObjects>(n.state_).get());
          }},
         {L"GetDefaultFolder", 0x210B, DISPATCH_METHOD, 1,
          [](NameSpace& n, zelvo::DispatchCall& c) {
@@ -1364,6 +1438,30 @@ void StandIn::closeWindow(std::vector<std::shared_ptr<Window>>& windows, size_t 
   const ComRef<IDispatch> object = window->object;
   window->object.reset();
   window->events->fire(EventId::Close, {});
+}
+
+void StandIn::addSyncObject(const std::wstring& name) {
+  auto sync = std::make_shared<SyncState>();
+  sync->name = name;
+  state_->syncObjects.push_back(std::move(sync));
+}
+
+void StandIn::endSync(const std::wstring& name, std::optional<std::pair<LONG, std::wstring>> error) {
+  std::shared_ptr<SyncState> sync;
+  for (const auto& candidate : state_->syncObjects)
+    if (candidate->name == name) sync = candidate;
+  if (!sync || !sync->running) ZEL_HERE.raise(E_INVALIDARG, L"no send/receive running for " + name);
+  sync->running = false;
+  if (error) {
+    VARIANT code;
+    VariantInit(&code);
+    code.vt = VT_I4;
+    code.lVal = error->first;
+    // The description is lent for the call, as the objects are.
+    const Variant description = Variant::fromText(error->second);
+    sync->events->fire(EventId::OnError, {code, description.get()});
+  }
+  sync->events->fire(EventId::SyncEnd, {});
 }
 
 bool StandIn::clickButton(const std::wstring& tag) {

@@ -15,12 +15,16 @@
 //
 // Each window has command bars of its own (Explorer.CommandBars, Inspector.CommandBars):
 // bars of buttons that the add-in builds, and whose Click the host fires to the sinks
-// advised on a button. Not here yet: ribbon objects.
+// advised on a button. NameSpace.SyncObjects lists the send/receive groups added here, which
+// fire SyncStart when the add-in starts them and SyncEnd (after OnError for a failed run)
+// when the test ends the run or the add-in stops it. Not here yet: ribbon objects.
 #pragma once
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/ComRef.h"
@@ -44,6 +48,7 @@ extern const IID IID_InspectorEvents_10;
 extern const IID IID_ExplorersEvents;
 extern const IID IID_InspectorsEvents;
 extern const IID IID_CommandBarButtonEvents;
+extern const IID IID_SyncObjectEvents;
 
 // The dispatch ids of the events fired, as the host's type library has them.
 namespace EventId {
@@ -61,6 +66,10 @@ constexpr DISPID NewExplorer = 0xF001;
 constexpr DISPID NewInspector = 0xF001;
 // _CommandBarButtonEvents: (the button, CancelDefault by reference)
 constexpr DISPID Click = 1;
+// SyncObjectEvents
+constexpr DISPID SyncStart = 0xF001;
+constexpr DISPID OnError = 0xF003;  // (Code, Description)
+constexpr DISPID SyncEnd = 0xF004;
 }  // namespace EventId
 
 struct HostState;
@@ -105,6 +114,12 @@ class StandIn {
   // E_NOTIMPL for an add-in action without addIn.
   void play(const std::vector<HostAction>& actions,
             const std::function<void(const HostAction&)>& addIn = nullptr);
+
+  // A send/receive group, listed last in NameSpace.SyncObjects.
+  void addSyncObject(const std::wstring& name);
+  // Ends the run of the group named, firing OnError(code, description) first for a failed
+  // run; raises E_INVALIDARG when no such group is running.
+  void endSync(const std::wstring& name, std::optional<std::pair<LONG, std::wstring>> error = std::nullopt);
 
   // Clicks every button with this tag on the bars of the open windows, as the host fires
   // Click to each button that shares a tag. True when a sink set CancelDefault; raises

@@ -1,5 +1,6 @@
 // The host stand-in's objects beyond the windows: command bars that the add-in builds on a
-// window, read back by name and clicked through a button's connection point.
+// window, read back by name and clicked through a button's connection point; send/receive
+// groups started and stopped with their events.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -253,6 +254,124 @@ TEST_F(CommandBarsTest, EveryMemberIsRecordedAndFailsOnDemand) {
   }
   host_.failNext(L"CommandBars", E_OUTOFMEMORY);
   EXPECT_EQ(outcome([&] { bars(); }), E_OUTOFMEMORY);
+}
+
+// ---- Send/receive groups -------------------------------------------------------------
+
+// Records each event as "Name(arguments)".
+class SyncSink final : public iui_::IUnknownImpl<IDispatch> {
+ public:
+  std::vector<std::wstring> events;
+
+  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
+    *count = 0;
+    return S_OK;
+  }
+  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD, DISPPARAMS* params, VARIANT*, EXCEPINFO*,
+                                   UINT*) override {
+    return zelvo::comBoundary([&] {
+      std::wstring entry = id == EventId::SyncStart ? L"SyncStart(" : id == EventId::SyncEnd ? L"SyncEnd(" :
+                           id == EventId::OnError   ? L"OnError("   : L"#" + std::to_wstring(id) + L"(";
+      for (UINT i = params->cArgs; i-- > 0;)
+        entry += Variant::copyOf(params->rgvarg[i]).toText() + (i ? L"," : L"");
+      events.push_back(entry + L")");
+    });
+  }
+};
+
+class SyncObjectsTest : public ::testing::Test {
+ protected:
+  SyncObjectsTest() : host_(parseProfile(kProfile)) {
+    host_.addSyncObject(L"All Accounts");
+    host_.addSyncObject(L"Zelvo");
+  }
+  ComRef<IDispatch> syncObjects() { return getProperty(host_.nameSpace().get(), L"SyncObjects").toDispatch(); }
+  ComRef<IDispatch> advised(const wchar_t* name, SyncSink* sink) {
+    const ComRef<IDispatch> sync = getProperty(syncObjects().get(), L"Item", {Variant::fromText(name)}).toDispatch();
+    ComRef<IConnectionPointContainer> container = sync.as<IConnectionPointContainer>(IID_IConnectionPointContainer);
+    ComRef<IConnectionPoint> point;
+    EXPECT_EQ(container->FindConnectionPoint(IID_SyncObjectEvents, point.put()), S_OK);
+    DWORD cookie = 0;
+    EXPECT_EQ(point->Advise(static_cast<IDispatch*>(sink), &cookie), S_OK);
+    return sync;
+  }
+
+  StandIn host_;
+};
+
+TEST_F(SyncObjectsTest, GroupsAreListedInOrderAndFoundByNameOrPlace) {
+  const ComRef<IDispatch> groups = syncObjects();
+  EXPECT_EQ(getProperty(groups.get(), L"Count").toInt32(), 2);
+  const std::vector<std::pair<Variant, std::wstring>> lookups = {
+      {Variant::fromInt32(1), L"All Accounts"}, {Variant::fromInt32(2), L"Zelvo"}, {Variant::fromText(L"zelvo"), L"Zelvo"}};
+  for (const auto& [key, name] : lookups) {
+    SCOPED_TRACE(utf8(key.toText()));
+    EXPECT_EQ(getProperty(getProperty(groups.get(), L"Item", {key}).toDispatch().get(), L"Name").toText(), name);
+  }
+  EXPECT_EQ(outcome([&] { getProperty(groups.get(), L"Item", {Variant::fromInt32(3)}); }), E_INVALIDARG);
+}
+
+// Each run of a group as the sink sees it: what the add-in and the host did, and the events.
+struct SyncRun {
+  const char* what;
+  std::function<void(StandIn&, IDispatch* group)> run;
+  std::vector<std::wstring> events;
+};
+
+TEST_F(SyncObjectsTest, RunsFireTheirEventsToTheGroupsSinksOnly) {
+  const std::vector<SyncRun> runs = {
+      {"a run that ends",
+       [](StandIn& host, IDispatch* g) {
+         callMethod(g, L"Start");
+         host.endSync(L"Zelvo");
+       },
+       {L"SyncStart()", L"SyncEnd()"}},
+      {"a run that fails",
+       [](StandIn& host, IDispatch* g) {
+         callMethod(g, L"Start");
+         host.endSync(L"Zelvo", std::make_pair(LONG{-2147221227}, std::wstring(L"server down")));
+       },
+       {L"SyncStart()", L"OnError(-2147221227,server down)", L"SyncEnd()"}},
+      {"a run stopped by the add-in, stopped again",
+       [](StandIn&, IDispatch* g) {
+         callMethod(g, L"Start");
+         callMethod(g, L"Stop");
+         callMethod(g, L"Stop");
+       },
+       {L"SyncStart()", L"SyncEnd()"}},
+      {"a second start while running",
+       [](StandIn& host, IDispatch* g) {
+         callMethod(g, L"Start");
+         callMethod(g, L"Start");
+         host.endSync(L"Zelvo");
+       },
+       {L"SyncStart()", L"SyncEnd()"}},
+      {"a stop with nothing running", [](StandIn&, IDispatch* g) { callMethod(g, L"Stop"); }, {}},
+  };
+  for (const auto& r : runs) {
+    SCOPED_TRACE(r.what);
+    const auto sink = ComRef<SyncSink>::adopt(new SyncSink);
+    const auto other = ComRef<SyncSink>::adopt(new SyncSink);
+    const ComRef<IDispatch> group = advised(L"Zelvo", sink.get());
+    advised(L"All Accounts", other.get());
+    r.run(host_, group.get());
+    EXPECT_EQ(sink->events, r.events);
+    EXPECT_TRUE(other->events.empty());
+  }
+  EXPECT_EQ(outcome([&] { host_.endSync(L"Zelvo"); }), E_INVALIDARG);
+}
+
+TEST_F(SyncObjectsTest, StartIsRecordedAndFailsOnDemandWithoutStarting) {
+  const auto sink = ComRef<SyncSink>::adopt(new SyncSink);
+  const ComRef<IDispatch> group = advised(L"Zelvo", sink.get());
+  host_.clearCalls();
+  host_.failNext(L"Start", E_ACCESSDENIED);
+  EXPECT_EQ(outcome([&] { callMethod(group.get(), L"Start"); }), E_ACCESSDENIED);
+  EXPECT_TRUE(sink->events.empty());
+  EXPECT_EQ(outcome([&] { host_.endSync(L"Zelvo"); }), E_INVALIDARG);
+  EXPECT_EQ(host_.calls(), (std::vector<std::wstring>{L"SyncObject.Start"}));
 }
 
 }  // namespace
