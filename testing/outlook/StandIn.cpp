@@ -146,6 +146,21 @@ struct SyncState {
   std::shared_ptr<EventSinks> events = std::make_shared<EventSinks>(IID_SyncObjectEvents);
 };
 
+// The add-in as the host knows it: what its COMAddIn object shows.
+struct AddInState {
+  std::wstring progId;
+  std::wstring description;
+  bool connect = true;
+  ComRef<IDispatch> object;  // what the add-in hands out to other programs
+};
+
+// The pages one options or folder dialog collected: each an object or a ProgID, with its
+// title.
+struct PagesState {
+  std::vector<Variant> pages;
+  std::vector<std::wstring> titles;
+};
+
 struct HostState {
   Profile profile;
   std::vector<StoreSlot> stores;
@@ -161,6 +176,8 @@ struct HostState {
   std::shared_ptr<EventSinks> explorersEvents = std::make_shared<EventSinks>(IID_ExplorersEvents);
   std::shared_ptr<EventSinks> inspectorsEvents = std::make_shared<EventSinks>(IID_InspectorsEvents);
   std::vector<std::shared_ptr<SyncState>> syncObjects;
+  std::shared_ptr<AddInState> addIn = std::make_shared<AddInState>();
+  std::shared_ptr<PagesState> lastDialog;
 
   ComRef<IDispatch> active(const std::vector<std::shared_ptr<Window>>& windows) const {
     return windows.empty() ? ComRef<IDispatch>() : windows.back()->object;
@@ -1241,6 +1258,88 @@ class SyncObjects final : public HostObject<SyncObjects> {
   }
 };
 
+// The object the host hands the add-in at connection.
+class ComAddIn final : public HostObject<ComAddIn> {
+ public:
+  explicit ComAddIn(std::shared_ptr<HostState> state) : HostObject(std::move(state)) {}
+  static const zelvo::DispatchTable<ComAddIn>& dispatchTable() {
+    static const zelvo::DispatchTable<ComAddIn> table({
+        {L"Description", 0, kProperty, 0,
+         [](ComAddIn& a, zelvo::DispatchCall& c) {
+           a.state_->call(L"COMAddIn", L"Description");
+           if (c.isPut()) a.state_->addIn->description = c.value().toText();
+           else c.result = Variant::fromText(a.state_->addIn->description);
+         }},
+        {L"ProgId", 3, DISPATCH_PROPERTYGET, 0,
+         [](ComAddIn& a, zelvo::DispatchCall& c) {
+           a.state_->call(L"COMAddIn", L"ProgId");
+           c.result = Variant::fromText(a.state_->addIn->progId);
+         }},
+        {L"Connect", 6, kProperty, 0,
+         [](ComAddIn& a, zelvo::DispatchCall& c) {
+           a.state_->call(L"COMAddIn", L"Connect");
+           if (c.isPut()) a.state_->addIn->connect = c.value().toBool();
+           else c.result = Variant::fromBool(a.state_->addIn->connect);
+         }},
+        {L"Object", 7, kProperty, 0,
+         [](ComAddIn& a, zelvo::DispatchCall& c) {
+           a.state_->call(L"COMAddIn", L"Object");
+           if (c.isPut()) a.state_->addIn->object = c.value().toDispatch();
+           else c.result = Variant::fromDispatch(a.state_->addIn->object.get());
+         }},
+    });
+    return table;
+  }
+};
+
+// The pages of one dialog, numbered from 1 in the order added.
+class PropertyPages final : public HostObject<PropertyPages> {
+ public:
+  PropertyPages(std::shared_ptr<HostState> state, std::shared_ptr<PagesState> pages)
+      : HostObject(std::move(state)), pages_(std::move(pages)) {}
+  static const zelvo::DispatchTable<PropertyPages>& dispatchTable() {
+    static const zelvo::DispatchTable<PropertyPages> table({
+        {L"Add", 0x5F, DISPATCH_METHOD, 2,
+         [](PropertyPages& p, zelvo::DispatchCall& c) {
+           p.state_->call(L"PropertyPages", L"Add");
+           Variant page = c.argument(0);
+           // A page is a control the add-in made or the ProgID of one.
+           if (page.type() != VT_DISPATCH && page.type() != VT_UNKNOWN && page.type() != VT_BSTR)
+             ZEL_HERE.raise(DISP_E_TYPEMISMATCH, L"a page is an object or a ProgID");
+           if (page.type() == VT_BSTR && page.toText().empty()) ZEL_HERE.raise(E_INVALIDARG, L"an empty ProgID");
+           const std::wstring title = c.text(1);
+           p.pages_->pages.push_back(std::move(page));
+           p.pages_->titles.push_back(title);
+         }},
+        {L"Count", 0x50, DISPATCH_PROPERTYGET, 0,
+         [](PropertyPages& p, zelvo::DispatchCall& c) {
+           p.state_->call(L"PropertyPages", L"Count");
+           c.result = Variant::fromInt32(static_cast<LONG>(p.pages_->pages.size()));
+         }},
+        {L"Item", 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, 1,
+         [](PropertyPages& p, zelvo::DispatchCall& c) {
+           p.state_->call(L"PropertyPages", L"Item");
+           c.result = Variant::copyOf(p.pages_->pages.at(p.index(c.int32(0))).get());
+         }},
+        {L"Remove", 0x54, DISPATCH_METHOD, 1,
+         [](PropertyPages& p, zelvo::DispatchCall& c) {
+           p.state_->call(L"PropertyPages", L"Remove");
+           const size_t i = p.index(c.int32(0));
+           p.pages_->pages.erase(p.pages_->pages.begin() + static_cast<std::ptrdiff_t>(i));
+           p.pages_->titles.erase(p.pages_->titles.begin() + static_cast<std::ptrdiff_t>(i));
+         }},
+    });
+    return table;
+  }
+
+ private:
+  size_t index(LONG place) const {
+    if (place < 1 || static_cast<size_t>(place) > pages_->pages.size()) ZEL_HERE.raise(E_INVALIDARG, L"no such page");
+    return static_cast<size_t>(place) - 1;
+  }
+  std::shared_ptr<PagesState> pages_;
+};
+
 class NameSpace;
 
 class Application final : public EventSource<Application> {
@@ -1382,6 +1481,9 @@ StandIn::~StandIn() {
   // The windows hold objects that hold the state.
   for (auto* windows : {&state_->explorers, &state_->inspectors})
     for (auto& window : *windows) window->object.reset();
+  // So may what the add-in handed the host.
+  state_->addIn->object.reset();
+  state_->lastDialog.reset();
 }
 
 std::unique_ptr<StandIn> StandIn::load(const std::string& profilePath) {
@@ -1438,6 +1540,22 @@ void StandIn::closeWindow(std::vector<std::shared_ptr<Window>>& windows, size_t 
   const ComRef<IDispatch> object = window->object;
   window->object.reset();
   window->events->fire(EventId::Close, {});
+}
+
+ComRef<IDispatch> StandIn::comAddIn(const std::wstring& progId, const std::wstring& description) {
+  state_->addIn->progId = progId;
+  state_->addIn->description = description;
+  return make<ComAddIn>(state_);
+}
+
+ComRef<IDispatch> StandIn::openPropertyDialog() {
+  state_->lastDialog = std::make_shared<PagesState>();
+  return make<PropertyPages>(state_, state_->lastDialog);
+}
+
+std::vector<std::wstring> StandIn::pageTitles() const {
+  if (!state_->lastDialog) ZEL_HERE.raise(E_INVALIDARG, L"no dialog opened");
+  return state_->lastDialog->titles;
 }
 
 void StandIn::addSyncObject(const std::wstring& name) {

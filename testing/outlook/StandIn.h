@@ -17,7 +17,9 @@
 // bars of buttons that the add-in builds, and whose Click the host fires to the sinks
 // advised on a button. NameSpace.SyncObjects lists the send/receive groups added here, which
 // fire SyncStart when the add-in starts them and SyncEnd (after OnError for a failed run)
-// when the test ends the run or the add-in stops it. Not here yet: ribbon objects.
+// when the test ends the run or the add-in stops it. The add-in's COMAddIn and the
+// PropertyPages of a dialog are handed out as the host hands them. Not here yet: ribbon
+// objects.
 #pragma once
 
 #include <functional>
@@ -114,6 +116,14 @@ class StandIn {
   // E_NOTIMPL for an add-in action without addIn.
   void play(const std::vector<HostAction>& actions,
             const std::function<void(const HostAction&)>& addIn = nullptr);
+
+  // The COMAddIn object that the host hands the add-in at connection, as the add-in of
+  // this ProgID; each call gives a new object over the same add-in.
+  ComRef<IDispatch> comAddIn(const std::wstring& progId, const std::wstring& description);
+  // The PropertyPages of a new options or folder dialog, and the titles of the pages added
+  // to the last one, in order (E_INVALIDARG before any dialog).
+  ComRef<IDispatch> openPropertyDialog();
+  std::vector<std::wstring> pageTitles() const;
 
   // A send/receive group, listed last in NameSpace.SyncObjects.
   void addSyncObject(const std::wstring& name);

@@ -1,6 +1,7 @@
 // The host stand-in's objects beyond the windows: command bars that the add-in builds on a
 // window, read back by name and clicked through a button's connection point; send/receive
-// groups started and stopped with their events.
+// groups started and stopped with their events; the add-in's COMAddIn and a dialog's
+// property pages.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -372,6 +373,82 @@ TEST_F(SyncObjectsTest, StartIsRecordedAndFailsOnDemandWithoutStarting) {
   EXPECT_TRUE(sink->events.empty());
   EXPECT_EQ(outcome([&] { host_.endSync(L"Zelvo"); }), E_INVALIDARG);
   EXPECT_EQ(host_.calls(), (std::vector<std::wstring>{L"SyncObject.Start"}));
+}
+
+// ---- The add-in's own objects ----------------------------------------------------------
+
+struct AddInProperty {
+  const wchar_t* name;
+  Variant value;
+};
+
+TEST(ComAddIn, ShowsWhatTheHostKnowsAndKeepsWhatTheAddInSets) {
+  StandIn host(parseProfile(kProfile));
+  const ComRef<IDispatch> addIn = host.comAddIn(L"Zelvo.Connect", L"Zelvo mail add-in");
+  EXPECT_EQ(getProperty(addIn.get(), L"ProgId").toText(), L"Zelvo.Connect");
+  EXPECT_EQ(getProperty(addIn.get(), L"Description").toText(), L"Zelvo mail add-in");
+  EXPECT_TRUE(getProperty(addIn.get(), L"Connect").toBool());
+  EXPECT_FALSE(getProperty(addIn.get(), L"Object").toDispatch());
+
+  // What the add-in sets is seen through every object over it.
+  const ComRef<IDispatch> exposed = host.mailItem(L"automation");
+  const std::vector<AddInProperty> properties = {{L"Description", Variant::fromText(L"renamed")},
+                                                 {L"Connect", Variant::fromBool(false)},
+                                                 {L"Object", Variant::fromDispatch(exposed.get())}};
+  for (const auto& p : properties) putProperty(addIn.get(), p.name, p.value);
+  const ComRef<IDispatch> again = host.comAddIn(L"Zelvo.Connect", L"renamed");
+  for (const auto& p : properties) {
+    SCOPED_TRACE(utf8(p.name));
+    const Variant read = getProperty(again.get(), p.name);
+    if (p.value.type() == VT_DISPATCH) EXPECT_EQ(read.toDispatch().get(), exposed.get());
+    else EXPECT_EQ(read.toText(), p.value.toText());
+  }
+  // The ProgID is the host's to give.
+  EXPECT_EQ(outcome([&] { putProperty(addIn.get(), L"ProgId", Variant::fromText(L"Other")); }),
+            DISP_E_MEMBERNOTFOUND);
+  host.clearCalls();
+  host.failNext(L"Connect", E_ACCESSDENIED);
+  EXPECT_EQ(outcome([&] { getProperty(addIn.get(), L"Connect"); }), E_ACCESSDENIED);
+  EXPECT_EQ(host.calls(), (std::vector<std::wstring>{L"COMAddIn.Connect"}));
+}
+
+TEST(PropertyPages, PagesAddedAreListedInOrderAndRemovedByPlace) {
+  StandIn host(parseProfile(kProfile));
+  EXPECT_EQ(outcome([&] { host.pageTitles(); }), E_INVALIDARG);
+  const ComRef<IDispatch> pages = host.openPropertyDialog();
+  const ComRef<IDispatch> control = host.mailItem(L"page");
+  callMethod(pages.get(), L"Add", {Variant::fromDispatch(control.get()), Variant::fromText(L"Zelvo")});
+  callMethod(pages.get(), L"Add", {Variant::fromText(L"Zelvo.FolderPage"), Variant::fromText(L"Sharing")});
+  callMethod(pages.get(), L"Add", {Variant::fromText(L"Zelvo.Extra"), Variant::fromText(L"Extra")});
+  EXPECT_EQ(getProperty(pages.get(), L"Count").toInt32(), 3);
+  EXPECT_EQ(getProperty(pages.get(), L"Item", {Variant::fromInt32(1)}).toDispatch().get(), control.get());
+  EXPECT_EQ(getProperty(pages.get(), L"Item", {Variant::fromInt32(2)}).toText(), L"Zelvo.FolderPage");
+  callMethod(pages.get(), L"Remove", {Variant::fromInt32(2)});
+  EXPECT_EQ(host.pageTitles(), (std::vector<std::wstring>{L"Zelvo", L"Extra"}));
+  EXPECT_EQ(getProperty(pages.get(), L"Item", {Variant::fromInt32(2)}).toText(), L"Zelvo.Extra");
+
+  struct Refused {
+    const char* what;
+    std::function<void()> call;
+    HRESULT expected;
+  };
+  const std::vector<Refused> refusals = {
+      {"a page that is a number",
+       [&] { callMethod(pages.get(), L"Add", {Variant::fromInt32(4), Variant::fromText(L"x")}); }, DISP_E_TYPEMISMATCH},
+      {"an empty ProgID",
+       [&] { callMethod(pages.get(), L"Add", {Variant::fromText(L""), Variant::fromText(L"x")}); }, E_INVALIDARG},
+      {"no page at the place", [&] { getProperty(pages.get(), L"Item", {Variant::fromInt32(3)}); }, E_INVALIDARG},
+      {"removing place 0", [&] { callMethod(pages.get(), L"Remove", {Variant::fromInt32(0)}); }, E_INVALIDARG},
+  };
+  for (const auto& r : refusals) {
+    SCOPED_TRACE(r.what);
+    EXPECT_EQ(outcome(r.call), r.expected);
+  }
+  EXPECT_EQ(getProperty(pages.get(), L"Count").toInt32(), 2);
+  // A new dialog starts with no pages of its own.
+  const ComRef<IDispatch> next = host.openPropertyDialog();
+  EXPECT_EQ(getProperty(next.get(), L"Count").toInt32(), 0);
+  EXPECT_TRUE(host.pageTitles().empty());
 }
 
 }  // namespace
