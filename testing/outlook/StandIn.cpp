@@ -30,6 +30,8 @@ const IID IID_InspectorEvents_10 = {0x0006302A, 0x0000, 0x0000, {0xC0, 0x00, 0x0
 const IID IID_ExplorersEvents = {0x00063078, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_InspectorsEvents = {0x00063079, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_SyncObjectEvents = {0x00063085, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_IRibbonUI = {0x000C03A7, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_IRibbonControl = {0x000C0395, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_CommandBarButton = {0x000C030E, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_CommandBarButtonEvents = {0x000C0351, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
@@ -178,6 +180,7 @@ struct HostState {
   std::vector<std::shared_ptr<SyncState>> syncObjects;
   std::shared_ptr<AddInState> addIn = std::make_shared<AddInState>();
   std::shared_ptr<PagesState> lastDialog;
+  std::vector<std::wstring> ribbonInvalidations;
 
   ComRef<IDispatch> active(const std::vector<std::shared_ptr<Window>>& windows) const {
     return windows.empty() ? ComRef<IDispatch>() : windows.back()->object;
@@ -1340,6 +1343,63 @@ class PropertyPages final : public HostObject<PropertyPages> {
   std::shared_ptr<PagesState> pages_;
 };
 
+// The ribbon as the host hands it to the add-in's onLoad callback.
+class RibbonUI final : public HostObject<RibbonUI> {
+ public:
+  explicit RibbonUI(std::shared_ptr<HostState> state) : HostObject(std::move(state)) {}
+  static const IID* ownInterface() { return &IID_IRibbonUI; }
+  static const zelvo::DispatchTable<RibbonUI>& dispatchTable() {
+    static const zelvo::DispatchTable<RibbonUI> table({
+        {L"Invalidate", 1, DISPATCH_METHOD, 0,
+         [](RibbonUI& r, zelvo::DispatchCall&) {
+           r.state_->call(L"IRibbonUI", L"Invalidate");
+           r.state_->ribbonInvalidations.emplace_back();
+         }},
+        {L"InvalidateControl", 2, DISPATCH_METHOD, 1,
+         [](RibbonUI& r, zelvo::DispatchCall& c) {
+           r.state_->call(L"IRibbonUI", L"InvalidateControl");
+           const std::wstring id = c.text(0);
+           if (id.empty()) ZEL_HERE.raise(E_INVALIDARG, L"no control id");
+           r.state_->ribbonInvalidations.push_back(id);
+         }},
+    });
+    return table;
+  }
+};
+
+// The control that a ribbon callback is called for, in the window it was used in.
+class RibbonControl final : public HostObject<RibbonControl> {
+ public:
+  RibbonControl(std::shared_ptr<HostState> state, std::wstring id, std::wstring tag, ComRef<IDispatch> context)
+      : HostObject(std::move(state)), id_(std::move(id)), tag_(std::move(tag)), context_(std::move(context)) {}
+  static const IID* ownInterface() { return &IID_IRibbonControl; }
+  static const zelvo::DispatchTable<RibbonControl>& dispatchTable() {
+    static const zelvo::DispatchTable<RibbonControl> table({
+        {L"Id", 1, DISPATCH_PROPERTYGET, 0,
+         [](RibbonControl& r, zelvo::DispatchCall& c) {
+           r.state_->call(L"IRibbonControl", L"Id");
+           c.result = Variant::fromText(r.id_);
+         }},
+        {L"Context", 2, DISPATCH_PROPERTYGET, 0,
+         [](RibbonControl& r, zelvo::DispatchCall& c) {
+           r.state_->call(L"IRibbonControl", L"Context");
+           c.result = Variant::fromDispatch(r.context_.get());
+         }},
+        {L"Tag", 3, DISPATCH_PROPERTYGET, 0,
+         [](RibbonControl& r, zelvo::DispatchCall& c) {
+           r.state_->call(L"IRibbonControl", L"Tag");
+           c.result = Variant::fromText(r.tag_);
+         }},
+    });
+    return table;
+  }
+
+ private:
+  std::wstring id_;
+  std::wstring tag_;
+  ComRef<IDispatch> context_;
+};
+
 class NameSpace;
 
 class Application final : public EventSource<Application> {
@@ -1557,6 +1617,14 @@ std::vector<std::wstring> StandIn::pageTitles() const {
   if (!state_->lastDialog) ZEL_HERE.raise(E_INVALIDARG, L"no dialog opened");
   return state_->lastDialog->titles;
 }
+
+ComRef<IDispatch> StandIn::ribbonUI() { return make<RibbonUI>(state_); }
+
+ComRef<IDispatch> StandIn::ribbonControl(const std::wstring& id, const std::wstring& tag, IDispatch* context) {
+  return make<RibbonControl>(state_, id, tag, ComRef<IDispatch>(context));
+}
+
+std::vector<std::wstring> StandIn::ribbonInvalidations() const { return state_->ribbonInvalidations; }
 
 void StandIn::addSyncObject(const std::wstring& name) {
   auto sync = std::make_shared<SyncState>();

@@ -18,8 +18,8 @@
 // advised on a button. NameSpace.SyncObjects lists the send/receive groups added here, which
 // fire SyncStart when the add-in starts them and SyncEnd (after OnError for a failed run)
 // when the test ends the run or the add-in stops it. The add-in's COMAddIn and the
-// PropertyPages of a dialog are handed out as the host hands them. Not here yet: ribbon
-// objects.
+// PropertyPages of a dialog, the ribbon (IRibbonUI) and the controls its callbacks are
+// called for (IRibbonControl) are handed out as the host hands them.
 #pragma once
 
 #include <functional>
@@ -40,8 +40,10 @@ namespace OutlookStandIn {
 // The host's dispinterfaces that its windows answer besides IDispatch.
 extern const IID IID_OutlookExplorer;
 extern const IID IID_OutlookInspector;
-// _CommandBarButton of the shared office type library.
+// Of the shared office type library: _CommandBarButton, and the ribbon's dispinterfaces.
 extern const IID IID_CommandBarButton;
+extern const IID IID_IRibbonUI;
+extern const IID IID_IRibbonControl;
 // The event dispinterfaces that the stand-in fires.
 extern const IID IID_ApplicationEvents;
 extern const IID IID_ApplicationEvents_11;
@@ -124,6 +126,14 @@ class StandIn {
   // to the last one, in order (E_INVALIDARG before any dialog).
   ComRef<IDispatch> openPropertyDialog();
   std::vector<std::wstring> pageTitles() const;
+
+  // The ribbon handed to the add-in's onLoad callback, and the control a callback is called
+  // for, used in the window context (null: none).
+  ComRef<IDispatch> ribbonUI();
+  ComRef<IDispatch> ribbonControl(const std::wstring& id, const std::wstring& tag, IDispatch* context);
+  // The control ids the add-in invalidated through any ribbon object, in order; the whole
+  // ribbon's Invalidate as an empty id.
+  std::vector<std::wstring> ribbonInvalidations() const;
 
   // A send/receive group, listed last in NameSpace.SyncObjects.
   void addSyncObject(const std::wstring& name);

@@ -1,7 +1,7 @@
 // The host stand-in's objects beyond the windows: command bars that the add-in builds on a
 // window, read back by name and clicked through a button's connection point; send/receive
 // groups started and stopped with their events; the add-in's COMAddIn and a dialog's
-// property pages.
+// property pages; the ribbon and its controls.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -449,6 +449,82 @@ TEST(PropertyPages, PagesAddedAreListedInOrderAndRemovedByPlace) {
   const ComRef<IDispatch> next = host.openPropertyDialog();
   EXPECT_EQ(getProperty(next.get(), L"Count").toInt32(), 0);
   EXPECT_TRUE(host.pageTitles().empty());
+}
+
+// ---- The ribbon -------------------------------------------------------------------------
+
+bool answers(IDispatch* object, const IID& iid) {
+  ComRef<IUnknown> face;
+  return SUCCEEDED(object->QueryInterface(iid, face.putVoid())) && face;
+}
+
+struct Invalidation {
+  const char* what;
+  const wchar_t* failing;  // the member told to fail, or null
+  std::function<void(IDispatch* ribbon)> calls;
+  std::vector<std::wstring> invalidated;
+  std::vector<std::wstring> recorded;
+};
+
+TEST(Ribbon, InvalidationsAreRecordedInOrder) {
+  const std::vector<Invalidation> cases = {
+      {"the whole ribbon", nullptr, [](IDispatch* r) { callMethod(r, L"Invalidate"); }, {L""}, {L"IRibbonUI.Invalidate"}},
+      {"controls then the whole", nullptr,
+       [](IDispatch* r) {
+         callMethod(r, L"InvalidateControl", {Variant::fromText(L"zelvoSync")});
+         callMethod(r, L"InvalidateControl", {Variant::fromText(L"zelvoStatus")});
+         callMethod(r, L"Invalidate");
+       },
+       {L"zelvoSync", L"zelvoStatus", L""},
+       {L"IRibbonUI.InvalidateControl", L"IRibbonUI.InvalidateControl", L"IRibbonUI.Invalidate"}},
+      {"a control without an id, refused", nullptr,
+       [](IDispatch* r) {
+         EXPECT_EQ(outcome([&] { callMethod(r, L"InvalidateControl", {Variant::fromText(L"")}); }), E_INVALIDARG);
+       },
+       {},
+       {L"IRibbonUI.InvalidateControl"}},
+      {"a failure injected", L"Invalidate",
+       [](IDispatch* r) { EXPECT_EQ(outcome([&] { callMethod(r, L"Invalidate"); }), E_OUTOFMEMORY); },
+       {},
+       {L"IRibbonUI.Invalidate"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    StandIn host(parseProfile(kProfile));
+    const ComRef<IDispatch> ribbon = host.ribbonUI();
+    EXPECT_TRUE(answers(ribbon.get(), IID_IRibbonUI));
+    EXPECT_FALSE(answers(ribbon.get(), IID_IRibbonControl));
+    if (c.failing) host.failNext(c.failing, E_OUTOFMEMORY);
+    c.calls(ribbon.get());
+    EXPECT_EQ(host.ribbonInvalidations(), c.invalidated);
+    EXPECT_EQ(host.calls(), c.recorded);
+  }
+}
+
+TEST(Ribbon, ControlGivesItsIdTagAndWindow) {
+  StandIn host(parseProfile(kProfile));
+  host.openExplorer(host.folder(0, L"Inbox").get());
+  const ComRef<IDispatch> explorer = callMethod(host.application().get(), L"ActiveExplorer").toDispatch();
+  struct Control {
+    std::wstring id;
+    std::wstring tag;
+    IDispatch* context;
+  };
+  for (const Control& c : {Control{L"zelvoSync", L"sync", explorer.get()}, Control{L"zelvoAbout", L"", nullptr}}) {
+    SCOPED_TRACE(utf8(c.id));
+    const ComRef<IDispatch> control = host.ribbonControl(c.id, c.tag, c.context);
+    EXPECT_TRUE(answers(control.get(), IID_IRibbonControl));
+    EXPECT_EQ(getProperty(control.get(), L"Id").toText(), c.id);
+    EXPECT_EQ(getProperty(control.get(), L"Tag").toText(), c.tag);
+    EXPECT_EQ(getProperty(control.get(), L"Context").toDispatch().get(), c.context);
+    // Read-only, as the type library has them.
+    EXPECT_EQ(outcome([&] { putProperty(control.get(), L"Tag", Variant::fromText(L"x")); }), DISP_E_MEMBERNOTFOUND);
+  }
+  host.clearCalls();
+  host.failNext(L"Context", E_ACCESSDENIED);
+  const ComRef<IDispatch> control = host.ribbonControl(L"zelvoSync", L"sync", explorer.get());
+  EXPECT_EQ(outcome([&] { getProperty(control.get(), L"Context"); }), E_ACCESSDENIED);
+  EXPECT_EQ(host.calls(), (std::vector<std::wstring>{L"IRibbonControl.Context"}));
 }
 
 }  // namespace
