@@ -53,6 +53,8 @@ class DispatchCall {
   // Null for a null object.
   ComRef<IUnknown> unknown(UINT i) const { return converted(slotOf(i), VT_UNKNOWN).toUnknown(); }
   ComRef<IDispatch> dispatch(UINT i) const { return converted(slotOf(i), VT_DISPATCH).toDispatch(); }
+  // Positional argument i as given, for a member that takes more than one type.
+  Variant argument(UINT i) const { return Variant::copyOf(params_.rgvarg[slotOf(i)]); }
   // The value of a put, as given.
   Variant value() const { return Variant::copyOf(params_.rgvarg[0]); }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <cwctype>
 #include <deque>
 #include <functional>
 #include <map>
@@ -28,6 +29,11 @@ const IID IID_ExplorerEvents_10 = {0x0006300F, 0x0000, 0x0000, {0xC0, 0x00, 0x00
 const IID IID_InspectorEvents_10 = {0x0006302A, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_ExplorersEvents = {0x00063078, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_InspectorsEvents = {0x00063079, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_SyncObjectEvents = {0x00063085, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_IRibbonUI = {0x000C03A7, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_IRibbonControl = {0x000C0395, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_CommandBarButton = {0x000C030E, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_CommandBarButtonEvents = {0x000C0351, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
 namespace {
 
@@ -89,6 +95,39 @@ struct EventSinks {
   }
 };
 
+// A button of a command bar. Its objects come and go; what the add-in set stays here.
+struct ButtonState {
+  ButtonState() : events(std::make_shared<EventSinks>(IID_CommandBarButtonEvents)) {}
+  LONG id = 1;
+  std::wstring parameter;
+  bool temporary = false;
+  std::wstring caption;
+  std::wstring tag;
+  std::wstring tooltipText;
+  LONG style = 0;  // msoButtonAutomatic
+  LONG buttonState = 0;  // msoButtonUp
+  bool enabled = true;
+  bool visible = true;
+  bool beginGroup = false;
+  ComRef<IUnknown> picture;
+  ComRef<IUnknown> mask;
+  bool deleted = false;
+  std::shared_ptr<EventSinks> events;
+};
+
+struct BarState {
+  std::wstring name;
+  LONG position = 1;  // msoBarTop
+  bool menuBar = false;
+  bool temporary = false;
+  bool visible = false;  // a new bar is hidden until shown
+  LONG left = 0;
+  LONG top = 0;
+  LONG rowIndex = 0;
+  bool deleted = false;
+  std::vector<std::shared_ptr<ButtonState>> controls;
+};
+
 // An explorer or inspector window: what it shows, its sinks and the object that stands for
 // it while it is open.
 struct Window {
@@ -99,6 +138,29 @@ struct Window {
   bool compose = false;
   std::shared_ptr<EventSinks> events;
   ComRef<IDispatch> object;
+  std::vector<std::shared_ptr<BarState>> bars;
+};
+
+// A send/receive group of the profile: its sinks, and whether a run is under way.
+struct SyncState {
+  std::wstring name;
+  bool running = false;
+  std::shared_ptr<EventSinks> events = std::make_shared<EventSinks>(IID_SyncObjectEvents);
+};
+
+// The add-in as the host knows it: what its COMAddIn object shows.
+struct AddInState {
+  std::wstring progId;
+  std::wstring description;
+  bool connect = true;
+  ComRef<IDispatch> object;  // what the add-in hands out to other programs
+};
+
+// The pages one options or folder dialog collected: each an object or a ProgID, with its
+// title.
+struct PagesState {
+  std::vector<Variant> pages;
+  std::vector<std::wstring> titles;
 };
 
 struct HostState {
@@ -115,6 +177,10 @@ struct HostState {
   std::shared_ptr<EventSinks> applicationEvents11 = std::make_shared<EventSinks>(IID_ApplicationEvents_11);
   std::shared_ptr<EventSinks> explorersEvents = std::make_shared<EventSinks>(IID_ExplorersEvents);
   std::shared_ptr<EventSinks> inspectorsEvents = std::make_shared<EventSinks>(IID_InspectorsEvents);
+  std::vector<std::shared_ptr<SyncState>> syncObjects;
+  std::shared_ptr<AddInState> addIn = std::make_shared<AddInState>();
+  std::shared_ptr<PagesState> lastDialog;
+  std::vector<std::wstring> ribbonInvalidations;
 
   ComRef<IDispatch> active(const std::vector<std::shared_ptr<Window>>& windows) const {
     return windows.empty() ? ComRef<IDispatch>() : windows.back()->object;
@@ -778,6 +844,273 @@ class Selection final : public HostObject<Selection> {
   std::vector<ComRef<IDispatch>> items_;
 };
 
+// ---- Command bars -------------------------------------------------------------------
+
+// The host finds bars and controls by name without regard to case.
+bool sameName(const std::wstring& a, const std::wstring& b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i)
+    if (std::towlower(a[i]) != std::towlower(b[i])) return false;
+  return true;
+}
+
+// A bar or button the add-in deleted answers nothing more, as the host's objects do.
+void requireAlive(bool deleted) {
+  if (deleted) ZEL_HERE.raise(E_FAIL, L"the object was deleted");
+}
+
+class Button final : public EventSource<Button> {
+ public:
+  Button(std::shared_ptr<HostState> state, std::shared_ptr<BarState> bar, std::shared_ptr<ButtonState> button)
+      : EventSource(std::move(state)), bar_(std::move(bar)), button_(std::move(button)) {}
+  static const IID* ownInterface() { return &IID_CommandBarButton; }
+  static const wchar_t* objectName() { return L"CommandBarButton"; }
+  std::vector<std::shared_ptr<EventSinks>> eventSinks() const { return {button_->events}; }
+  static const zelvo::DispatchTable<Button>& dispatchTable();
+
+ private:
+  // The call recorded, then a get or put of one field.
+  void enter(const wchar_t* member) {
+    state_->call(L"CommandBarButton", member);
+    requireAlive(button_->deleted);
+  }
+  static void text(Button& b, zelvo::DispatchCall& c, const wchar_t* member, std::wstring ButtonState::*field) {
+    b.enter(member);
+    if (c.isPut()) (*b.button_).*field = c.value().toText();
+    else c.result = Variant::fromText((*b.button_).*field);
+  }
+  static void flag(Button& b, zelvo::DispatchCall& c, const wchar_t* member, bool ButtonState::*field) {
+    b.enter(member);
+    if (c.isPut()) (*b.button_).*field = c.value().toBool();
+    else c.result = Variant::fromBool((*b.button_).*field);
+  }
+  static void number(Button& b, zelvo::DispatchCall& c, const wchar_t* member, LONG ButtonState::*field) {
+    b.enter(member);
+    if (c.isPut()) (*b.button_).*field = c.value().toInt32();
+    else c.result = Variant::fromInt32((*b.button_).*field);
+  }
+  static void object(Button& b, zelvo::DispatchCall& c, const wchar_t* member, ComRef<IUnknown> ButtonState::*field) {
+    b.enter(member);
+    if (c.isPut()) (*b.button_).*field = c.value().toUnknown();
+    else c.result = Variant::fromUnknown(((*b.button_).*field).get());
+  }
+
+  std::shared_ptr<BarState> bar_;
+  std::shared_ptr<ButtonState> button_;
+};
+
+constexpr WORD kProperty = DISPATCH_PROPERTYGET | DISPATCH_PROPERTYPUT;
+
+const zelvo::DispatchTable<Button>& Button::dispatchTable() {
+  static const zelvo::DispatchTable<Button> table({
+      {L"Caption", 0x60030000, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { text(b, c, L"Caption", &ButtonState::caption); }},
+      {L"Tag", 0x60030001, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { text(b, c, L"Tag", &ButtonState::tag); }},
+      {L"TooltipText", 0x60030002, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { text(b, c, L"TooltipText", &ButtonState::tooltipText); }},
+      {L"Style", 0x60030003, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { number(b, c, L"Style", &ButtonState::style); }},
+      {L"State", 0x60030004, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { number(b, c, L"State", &ButtonState::buttonState); }},
+      {L"Enabled", 0x60030005, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { flag(b, c, L"Enabled", &ButtonState::enabled); }},
+      {L"Visible", 0x60030006, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { flag(b, c, L"Visible", &ButtonState::visible); }},
+      {L"BeginGroup", 0x60030007, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { flag(b, c, L"BeginGroup", &ButtonState::beginGroup); }},
+      {L"Picture", 0x60030008, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { object(b, c, L"Picture", &ButtonState::picture); }},
+      {L"Mask", 0x60030009, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { object(b, c, L"Mask", &ButtonState::mask); }},
+      {L"Id", 0x6003000A, DISPATCH_PROPERTYGET, 0,
+       [](Button& b, zelvo::DispatchCall& c) {
+         b.enter(L"Id");
+         c.result = Variant::fromInt32(b.button_->id);
+       }},
+      {L"Parameter", 0x6003000B, kProperty, 0,
+       [](Button& b, zelvo::DispatchCall& c) { text(b, c, L"Parameter", &ButtonState::parameter); }},
+      {L"Delete", 0x6003000C, DISPATCH_METHOD, 0,
+       [](Button& b, zelvo::DispatchCall&) {
+         b.enter(L"Delete");
+         auto& controls = b.bar_->controls;
+         for (auto it = controls.begin(); it != controls.end(); ++it)
+           if (*it == b.button_) {
+             controls.erase(it);
+             break;
+           }
+         b.button_->deleted = true;
+       }},
+  });
+  return table;
+}
+
+// Finds by a 1-based index or by the text given: a name that no member has and that is a
+// number is taken as an index, as the host's collections take either.
+template <class Entry, class Named>
+std::shared_ptr<Entry> findEntry(const std::vector<std::shared_ptr<Entry>>& entries, const std::wstring& key,
+                                 Named name) {
+  for (const auto& entry : entries)
+    if (sameName(name(*entry), key)) return entry;
+  if (!key.empty() && key.find_first_not_of(L"0123456789") == std::wstring::npos && key.size() < 9) {
+    const size_t index = std::stoul(key);
+    if (index >= 1 && index <= entries.size()) return entries[index - 1];
+  }
+  ZEL_HERE.raise(E_INVALIDARG, L"no such member: " + key);
+}
+
+class Controls final : public HostObject<Controls> {
+ public:
+  Controls(std::shared_ptr<HostState> state, std::shared_ptr<BarState> bar)
+      : HostObject(std::move(state)), bar_(std::move(bar)) {}
+  static const zelvo::DispatchTable<Controls>& dispatchTable() {
+    static const zelvo::DispatchTable<Controls> table({
+        {L"Add", 0x60030000, DISPATCH_METHOD, 5,
+         [](Controls& s, zelvo::DispatchCall& c) {
+           s.enter(L"Add");
+           // msoControlButton is the one kind of control the add-in builds.
+           if (c.int32(0) != 1) ZEL_HERE.raise(E_INVALIDARG, L"only buttons can be added");
+           auto button = std::make_shared<ButtonState>();
+           button->id = c.int32(1);
+           button->parameter = c.text(2);
+           const LONG before = c.int32(3);
+           button->temporary = c.boolean(4);
+           auto& controls = s.bar_->controls;
+           if (before < 0 || static_cast<size_t>(before) > controls.size() + 1)
+             ZEL_HERE.raise(E_INVALIDARG, L"no such place");
+           // Before 0 (or past the last) appends.
+           const size_t at = before == 0 ? controls.size() : static_cast<size_t>(before) - 1;
+           controls.insert(controls.begin() + static_cast<std::ptrdiff_t>(at), button);
+           c.result = Variant::fromDispatch(make<Button>(s.state_, s.bar_, button).get());
+         }},
+        {L"Count", 0x60030001, DISPATCH_PROPERTYGET, 0,
+         [](Controls& s, zelvo::DispatchCall& c) {
+           s.enter(L"Count");
+           c.result = Variant::fromInt32(static_cast<LONG>(s.bar_->controls.size()));
+         }},
+        {L"Item", 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, 1,
+         [](Controls& s, zelvo::DispatchCall& c) {
+           s.enter(L"Item");
+           const auto button =
+               findEntry(s.bar_->controls, c.text(0), [](const ButtonState& b) -> const std::wstring& { return b.caption; });
+           c.result = Variant::fromDispatch(make<Button>(s.state_, s.bar_, button).get());
+         }},
+    });
+    return table;
+  }
+
+ private:
+  void enter(const wchar_t* member) {
+    state_->call(L"CommandBarControls", member);
+    requireAlive(bar_->deleted);
+  }
+  std::shared_ptr<BarState> bar_;
+};
+
+class Bar final : public HostObject<Bar> {
+ public:
+  Bar(std::shared_ptr<HostState> state, std::shared_ptr<Window> window, std::shared_ptr<BarState> bar)
+      : HostObject(std::move(state)), window_(std::move(window)), bar_(std::move(bar)) {}
+  static const zelvo::DispatchTable<Bar>& dispatchTable();
+
+ private:
+  void enter(const wchar_t* member) {
+    state_->call(L"CommandBar", member);
+    requireAlive(bar_->deleted);
+  }
+  static void number(Bar& b, zelvo::DispatchCall& c, const wchar_t* member, LONG BarState::*field) {
+    b.enter(member);
+    if (c.isPut()) (*b.bar_).*field = c.value().toInt32();
+    else c.result = Variant::fromInt32((*b.bar_).*field);
+  }
+
+  std::shared_ptr<Window> window_;
+  std::shared_ptr<BarState> bar_;
+};
+
+const zelvo::DispatchTable<Bar>& Bar::dispatchTable() {
+  static const zelvo::DispatchTable<Bar> table({
+      {L"Controls", 0x60030000, DISPATCH_PROPERTYGET, 0,
+       [](Bar& b, zelvo::DispatchCall& c) {
+         b.enter(L"Controls");
+         c.result = Variant::fromDispatch(make<Controls>(b.state_, b.bar_).get());
+       }},
+      {L"Name", 0x60030001, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) {
+         b.enter(L"Name");
+         if (c.isPut()) b.bar_->name = c.value().toText();
+         else c.result = Variant::fromText(b.bar_->name);
+       }},
+      {L"Visible", 0x60030002, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) {
+         b.enter(L"Visible");
+         if (c.isPut()) b.bar_->visible = c.value().toBool();
+         else c.result = Variant::fromBool(b.bar_->visible);
+       }},
+      {L"Position", 0x60030003, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) { number(b, c, L"Position", &BarState::position); }},
+      {L"Left", 0x60030004, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) { number(b, c, L"Left", &BarState::left); }},
+      {L"Top", 0x60030005, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) { number(b, c, L"Top", &BarState::top); }},
+      {L"RowIndex", 0x60030006, kProperty, 0,
+       [](Bar& b, zelvo::DispatchCall& c) { number(b, c, L"RowIndex", &BarState::rowIndex); }},
+      {L"Delete", 0x60030007, DISPATCH_METHOD, 0,
+       [](Bar& b, zelvo::DispatchCall&) {
+         b.enter(L"Delete");
+         auto& bars = b.window_->bars;
+         for (auto it = bars.begin(); it != bars.end(); ++it)
+           if (*it == b.bar_) {
+             bars.erase(it);
+             break;
+           }
+         b.bar_->deleted = true;
+         for (auto& button : b.bar_->controls) button->deleted = true;
+       }},
+  });
+  return table;
+}
+
+class Bars final : public HostObject<Bars> {
+ public:
+  Bars(std::shared_ptr<HostState> state, std::shared_ptr<Window> window)
+      : HostObject(std::move(state)), window_(std::move(window)) {}
+  static const zelvo::DispatchTable<Bars>& dispatchTable() {
+    static const zelvo::DispatchTable<Bars> table({
+        {L"Add", 0x60030000, DISPATCH_METHOD, 4,
+         [](Bars& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"CommandBars", L"Add");
+           auto bar = std::make_shared<BarState>();
+           bar->name = c.text(0);
+           bar->position = c.int32(1);
+           bar->menuBar = c.boolean(2);
+           bar->temporary = c.boolean(3);
+           for (const auto& other : s.window_->bars)
+             if (sameName(other->name, bar->name))
+               ZEL_HERE.raise(E_INVALIDARG, L"a command bar of this name exists: " + bar->name);
+           s.window_->bars.push_back(bar);
+           c.result = Variant::fromDispatch(make<Bar>(s.state_, s.window_, bar).get());
+         }},
+        {L"Count", 0x60030001, DISPATCH_PROPERTYGET, 0,
+         [](Bars& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"CommandBars", L"Count");
+           c.result = Variant::fromInt32(static_cast<LONG>(s.window_->bars.size()));
+         }},
+        {L"Item", 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, 1,
+         [](Bars& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"CommandBars", L"Item");
+           const auto bar =
+               findEntry(s.window_->bars, c.text(0), [](const BarState& b) -> const std::wstring& { return b.name; });
+           c.result = Variant::fromDispatch(make<Bar>(s.state_, s.window_, bar).get());
+         }},
+    });
+    return table;
+  }
+
+ private:
+  std::shared_ptr<Window> window_;
+};
+
 class Explorer final : public EventSource<Explorer> {
  public:
   Explorer(std::shared_ptr<HostState> state, std::shared_ptr<Window> window)
@@ -791,6 +1124,11 @@ class Explorer final : public EventSource<Explorer> {
          [](Explorer& e, zelvo::DispatchCall& c) {
            e.state_->call(L"Explorer", L"CurrentFolder");
            c.result = Variant::fromDispatch(e.window_->folder.get());
+         }},
+        {L"CommandBars", 0x2100, DISPATCH_PROPERTYGET, 0,
+         [](Explorer& e, zelvo::DispatchCall& c) {
+           e.state_->call(L"Explorer", L"CommandBars");
+           c.result = Variant::fromDispatch(make<Bars>(e.state_, e.window_).get());
          }},
         {L"Selection", 0x2202, DISPATCH_PROPERTYGET, 0,
          [](Explorer& e, zelvo::DispatchCall& c) {
@@ -814,6 +1152,11 @@ class Inspector final : public EventSource<Inspector> {
   std::vector<std::shared_ptr<EventSinks>> eventSinks() const { return {window_->events}; }
   static const zelvo::DispatchTable<Inspector>& dispatchTable() {
     static const zelvo::DispatchTable<Inspector> table({
+        {L"CommandBars", 0x2100, DISPATCH_PROPERTYGET, 0,
+         [](Inspector& i, zelvo::DispatchCall& c) {
+           i.state_->call(L"Inspector", L"CommandBars");
+           c.result = Variant::fromDispatch(make<Bars>(i.state_, i.window_).get());
+         }},
         {L"CurrentItem", 0x2102, DISPATCH_PROPERTYGET, 0,
          [](Inspector& i, zelvo::DispatchCall& c) {
            i.state_->call(L"Inspector", L"CurrentItem");
@@ -858,6 +1201,205 @@ class Windows final : public EventSource<Windows<Explorers>> {
   }
 };
 
+class SyncObject final : public EventSource<SyncObject> {
+ public:
+  SyncObject(std::shared_ptr<HostState> state, std::shared_ptr<SyncState> sync)
+      : EventSource(std::move(state)), sync_(std::move(sync)) {}
+  static const wchar_t* objectName() { return L"SyncObject"; }
+  std::vector<std::shared_ptr<EventSinks>> eventSinks() const { return {sync_->events}; }
+  static const zelvo::DispatchTable<SyncObject>& dispatchTable() {
+    static const zelvo::DispatchTable<SyncObject> table({
+        {L"Name", 0x2100, DISPATCH_PROPERTYGET, 0,
+         [](SyncObject& o, zelvo::DispatchCall& c) {
+           o.state_->call(L"SyncObject", L"Name");
+           c.result = Variant::fromText(o.sync_->name);
+         }},
+        // A run starts at once and lasts until the test ends it (StandIn::endSync) or the
+        // add-in stops it; starting a running group does nothing, as in the host.
+        {L"Start", 0x2101, DISPATCH_METHOD, 0,
+         [](SyncObject& o, zelvo::DispatchCall&) {
+           o.state_->call(L"SyncObject", L"Start");
+           if (o.sync_->running) return;
+           o.sync_->running = true;
+           o.sync_->events->fire(EventId::SyncStart, {});
+         }},
+        {L"Stop", 0x2102, DISPATCH_METHOD, 0,
+         [](SyncObject& o, zelvo::DispatchCall&) {
+           o.state_->call(L"SyncObject", L"Stop");
+           if (!o.sync_->running) return;
+           o.sync_->running = false;
+           o.sync_->events->fire(EventId::SyncEnd, {});
+         }},
+    });
+    return table;
+  }
+
+ private:
+  std::shared_ptr<SyncState> sync_;
+};
+
+// The profile's send/receive groups, numbered from 1 or found by name.
+class SyncObjects final : public HostObject<SyncObjects> {
+ public:
+  explicit SyncObjects(std::shared_ptr<HostState> state) : HostObject(std::move(state)) {}
+  static const zelvo::DispatchTable<SyncObjects>& dispatchTable() {
+    static const zelvo::DispatchTable<SyncObjects> table({
+        {L"Count", 0x50, DISPATCH_PROPERTYGET, 0,
+         [](SyncObjects& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"SyncObjects", L"Count");
+           c.result = Variant::fromInt32(static_cast<LONG>(s.state_->syncObjects.size()));
+         }},
+        {L"Item", 0x51, DISPATCH_METHOD | DISPATCH_PROPERTYGET, 1,
+         [](SyncObjects& s, zelvo::DispatchCall& c) {
+           s.state_->call(L"SyncObjects", L"Item");
+           const auto sync = findEntry(s.state_->syncObjects, c.text(0),
+                                       [](const SyncState& o) -> const std::wstring& { return o.name; });
+           c.result = Variant::fromDispatch(make<SyncObject>(s.state_, sync).get());
+         }},
+    });
+    return table;
+  }
+};
+
+// The object the host hands the add-in at connection.
+class ComAddIn final : public HostObject<ComAddIn> {
+ public:
+  explicit ComAddIn(std::shared_ptr<HostState> state) : HostObject(std::move(state)) {}
+  static const zelvo::DispatchTable<ComAddIn>& dispatchTable() {
+    static const zelvo::DispatchTable<ComAddIn> table({
+        {L"Description", 0, kProperty, 0,
+         [](ComAddIn& a, zelvo::DispatchCall& c) {
+           a.state_->call(L"COMAddIn", L"Description");
+           if (c.isPut()) a.state_->addIn->description = c.value().toText();
+           else c.result = Variant::fromText(a.state_->addIn->description);
+         }},
+        {L"ProgId", 3, DISPATCH_PROPERTYGET, 0,
+         [](ComAddIn& a, zelvo::DispatchCall& c) {
+           a.state_->call(L"COMAddIn", L"ProgId");
+           c.result = Variant::fromText(a.state_->addIn->progId);
+         }},
+        {L"Connect", 6, kProperty, 0,
+         [](ComAddIn& a, zelvo::DispatchCall& c) {
+           a.state_->call(L"COMAddIn", L"Connect");
+           if (c.isPut()) a.state_->addIn->connect = c.value().toBool();
+           else c.result = Variant::fromBool(a.state_->addIn->connect);
+         }},
+        {L"Object", 7, kProperty, 0,
+         [](ComAddIn& a, zelvo::DispatchCall& c) {
+           a.state_->call(L"COMAddIn", L"Object");
+           if (c.isPut()) a.state_->addIn->object = c.value().toDispatch();
+           else c.result = Variant::fromDispatch(a.state_->addIn->object.get());
+         }},
+    });
+    return table;
+  }
+};
+
+// The pages of one dialog, numbered from 1 in the order added.
+class PropertyPages final : public HostObject<PropertyPages> {
+ public:
+  PropertyPages(std::shared_ptr<HostState> state, std::shared_ptr<PagesState> pages)
+      : HostObject(std::move(state)), pages_(std::move(pages)) {}
+  static const zelvo::DispatchTable<PropertyPages>& dispatchTable() {
+    static const zelvo::DispatchTable<PropertyPages> table({
+        {L"Add", 0x5F, DISPATCH_METHOD, 2,
+         [](PropertyPages& p, zelvo::DispatchCall& c) {
+           p.state_->call(L"PropertyPages", L"Add");
+           Variant page = c.argument(0);
+           // A page is a control the add-in made or the ProgID of one.
+           if (page.type() != VT_DISPATCH && page.type() != VT_UNKNOWN && page.type() != VT_BSTR)
+             ZEL_HERE.raise(DISP_E_TYPEMISMATCH, L"a page is an object or a ProgID");
+           if (page.type() == VT_BSTR && page.toText().empty()) ZEL_HERE.raise(E_INVALIDARG, L"an empty ProgID");
+           const std::wstring title = c.text(1);
+           p.pages_->pages.push_back(std::move(page));
+           p.pages_->titles.push_back(title);
+         }},
+        {L"Count", 0x50, DISPATCH_PROPERTYGET, 0,
+         [](PropertyPages& p, zelvo::DispatchCall& c) {
+           p.state_->call(L"PropertyPages", L"Count");
+           c.result = Variant::fromInt32(static_cast<LONG>(p.pages_->pages.size()));
+         }},
+        {L"Item", 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, 1,
+         [](PropertyPages& p, zelvo::DispatchCall& c) {
+           p.state_->call(L"PropertyPages", L"Item");
+           c.result = Variant::copyOf(p.pages_->pages.at(p.index(c.int32(0))).get());
+         }},
+        {L"Remove", 0x54, DISPATCH_METHOD, 1,
+         [](PropertyPages& p, zelvo::DispatchCall& c) {
+           p.state_->call(L"PropertyPages", L"Remove");
+           const size_t i = p.index(c.int32(0));
+           p.pages_->pages.erase(p.pages_->pages.begin() + static_cast<std::ptrdiff_t>(i));
+           p.pages_->titles.erase(p.pages_->titles.begin() + static_cast<std::ptrdiff_t>(i));
+         }},
+    });
+    return table;
+  }
+
+ private:
+  size_t index(LONG place) const {
+    if (place < 1 || static_cast<size_t>(place) > pages_->pages.size()) ZEL_HERE.raise(E_INVALIDARG, L"no such page");
+    return static_cast<size_t>(place) - 1;
+  }
+  std::shared_ptr<PagesState> pages_;
+};
+
+// The ribbon as the host hands it to the add-in's onLoad callback.
+class RibbonUI final : public HostObject<RibbonUI> {
+ public:
+  explicit RibbonUI(std::shared_ptr<HostState> state) : HostObject(std::move(state)) {}
+  static const IID* ownInterface() { return &IID_IRibbonUI; }
+  static const zelvo::DispatchTable<RibbonUI>& dispatchTable() {
+    static const zelvo::DispatchTable<RibbonUI> table({
+        {L"Invalidate", 1, DISPATCH_METHOD, 0,
+         [](RibbonUI& r, zelvo::DispatchCall&) {
+           r.state_->call(L"IRibbonUI", L"Invalidate");
+           r.state_->ribbonInvalidations.emplace_back();
+         }},
+        {L"InvalidateControl", 2, DISPATCH_METHOD, 1,
+         [](RibbonUI& r, zelvo::DispatchCall& c) {
+           r.state_->call(L"IRibbonUI", L"InvalidateControl");
+           const std::wstring id = c.text(0);
+           if (id.empty()) ZEL_HERE.raise(E_INVALIDARG, L"no control id");
+           r.state_->ribbonInvalidations.push_back(id);
+         }},
+    });
+    return table;
+  }
+};
+
+// The control that a ribbon callback is called for, in the window it was used in.
+class RibbonControl final : public HostObject<RibbonControl> {
+ public:
+  RibbonControl(std::shared_ptr<HostState> state, std::wstring id, std::wstring tag, ComRef<IDispatch> context)
+      : HostObject(std::move(state)), id_(std::move(id)), tag_(std::move(tag)), context_(std::move(context)) {}
+  static const IID* ownInterface() { return &IID_IRibbonControl; }
+  static const zelvo::DispatchTable<RibbonControl>& dispatchTable() {
+    static const zelvo::DispatchTable<RibbonControl> table({
+        {L"Id", 1, DISPATCH_PROPERTYGET, 0,
+         [](RibbonControl& r, zelvo::DispatchCall& c) {
+           r.state_->call(L"IRibbonControl", L"Id");
+           c.result = Variant::fromText(r.id_);
+         }},
+        {L"Context", 2, DISPATCH_PROPERTYGET, 0,
+         [](RibbonControl& r, zelvo::DispatchCall& c) {
+           r.state_->call(L"IRibbonControl", L"Context");
+           c.result = Variant::fromDispatch(r.context_.get());
+         }},
+        {L"Tag", 3, DISPATCH_PROPERTYGET, 0,
+         [](RibbonControl& r, zelvo::DispatchCall& c) {
+           r.state_->call(L"IRibbonControl", L"Tag");
+           c.result = Variant::fromText(r.tag_);
+         }},
+    });
+    return table;
+  }
+
+ private:
+  std::wstring id_;
+  std::wstring tag_;
+  ComRef<IDispatch> context_;
+};
+
 class NameSpace;
 
 class Application final : public EventSource<Application> {
@@ -880,6 +1422,11 @@ class NameSpace final : public HostObject<NameSpace> {
            n.state_->call(L"NameSpace", L"MAPIOBJECT");
            const ComRef<IMAPISession> session = ComRef<IMAPISession>::adopt(new Session(n.state_));
            c.result = Variant::fromUnknown(session.get());
+         }},
+        {L"SyncObjects", 0x2108, DISPATCH_PROPERTYGET, 0,
+         [](NameSpace& n, zelvo::DispatchCall& c) {
+           n.state_->call(L"NameSpace", L"SyncObjects");
+           c.result = Variant::fromDispatch(make<SyncObjects>(n.state_).get());
          }},
         {L"GetDefaultFolder", 0x210B, DISPATCH_METHOD, 1,
          [](NameSpace& n, zelvo::DispatchCall& c) {
@@ -1001,12 +1548,17 @@ StandIn::~StandIn() {
       window->selection.clear();
       window->item.reset();
       window->events->sinks.clear();
+      window->bars.clear();
     }
     windows->clear();
   }
   for (const auto& events : {state_->applicationEvents, state_->applicationEvents11, state_->explorersEvents,
                              state_->inspectorsEvents})
     events->sinks.clear();
+  for (const auto& sync : state_->syncObjects) sync->events->sinks.clear();
+  // So may what the add-in handed the host.
+  state_->addIn->object.reset();
+  state_->lastDialog.reset();
 }
 
 std::unique_ptr<StandIn> StandIn::load(const std::string& profilePath) {
@@ -1063,6 +1615,75 @@ void StandIn::closeWindow(std::vector<std::shared_ptr<Window>>& windows, size_t 
   const ComRef<IDispatch> object = window->object;
   window->object.reset();
   window->events->fire(EventId::Close, {});
+}
+
+ComRef<IDispatch> StandIn::comAddIn(const std::wstring& progId, const std::wstring& description) {
+  state_->addIn->progId = progId;
+  state_->addIn->description = description;
+  return make<ComAddIn>(state_);
+}
+
+ComRef<IDispatch> StandIn::openPropertyDialog() {
+  state_->lastDialog = std::make_shared<PagesState>();
+  return make<PropertyPages>(state_, state_->lastDialog);
+}
+
+std::vector<std::wstring> StandIn::pageTitles() const {
+  if (!state_->lastDialog) ZEL_HERE.raise(E_INVALIDARG, L"no dialog opened");
+  return state_->lastDialog->titles;
+}
+
+ComRef<IDispatch> StandIn::ribbonUI() { return make<RibbonUI>(state_); }
+
+ComRef<IDispatch> StandIn::ribbonControl(const std::wstring& id, const std::wstring& tag, IDispatch* context) {
+  return make<RibbonControl>(state_, id, tag, ComRef<IDispatch>(context));
+}
+
+std::vector<std::wstring> StandIn::ribbonInvalidations() const { return state_->ribbonInvalidations; }
+
+void StandIn::addSyncObject(const std::wstring& name) {
+  auto sync = std::make_shared<SyncState>();
+  sync->name = name;
+  state_->syncObjects.push_back(std::move(sync));
+}
+
+void StandIn::endSync(const std::wstring& name, std::optional<std::pair<LONG, std::wstring>> error) {
+  std::shared_ptr<SyncState> sync;
+  for (const auto& candidate : state_->syncObjects)
+    if (candidate->name == name) sync = candidate;
+  if (!sync || !sync->running) ZEL_HERE.raise(E_INVALIDARG, L"no send/receive running for " + name);
+  sync->running = false;
+  if (error) {
+    VARIANT code;
+    VariantInit(&code);
+    code.vt = VT_I4;
+    code.lVal = error->first;
+    // The description is lent for the call, as the objects are.
+    const Variant description = Variant::fromText(error->second);
+    sync->events->fire(EventId::OnError, {code, description.get()});
+  }
+  sync->events->fire(EventId::SyncEnd, {});
+}
+
+bool StandIn::clickButton(const std::wstring& tag) {
+  // Each button's object lives for its call, as the host hands out a new one per event.
+  std::vector<std::pair<std::shared_ptr<BarState>, std::shared_ptr<ButtonState>>> tagged;
+  for (auto* windows : {&state_->explorers, &state_->inspectors})
+    for (const auto& window : *windows)
+      for (const auto& bar : window->bars)
+        for (const auto& button : bar->controls)
+          if (button->tag == tag) tagged.emplace_back(bar, button);
+  if (tagged.empty()) ZEL_HERE.raise(E_INVALIDARG, L"no button tagged " + tag);
+  VARIANT_BOOL cancel = VARIANT_FALSE;
+  for (const auto& [bar, button] : tagged) {
+    const ComRef<IDispatch> object = make<Button>(state_, bar, button);
+    VARIANT cancelArgument;
+    VariantInit(&cancelArgument);
+    cancelArgument.vt = VT_BOOL | VT_BYREF;
+    cancelArgument.pboolVal = &cancel;
+    button->events->fire(EventId::Click, {borrowed(object.get()), cancelArgument});
+  }
+  return cancel != VARIANT_FALSE;
 }
 
 void StandIn::failNext(const std::wstring& member, HRESULT code) { state_->failures[member].push_back(code); }

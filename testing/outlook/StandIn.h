@@ -11,13 +11,22 @@
 //
 // Application, Explorers, Inspectors and each Explorer and Inspector fire their events
 // through connection points to the IDispatch sinks advised there; a run of host actions
-// read from a file (Actions.h) moves the windows and fires what the host fires. Not here
-// yet: command bars and ribbon objects.
+// read from a file (Actions.h) moves the windows and fires what the host fires.
+//
+// Each window has command bars of its own (Explorer.CommandBars, Inspector.CommandBars):
+// bars of buttons that the add-in builds, and whose Click the host fires to the sinks
+// advised on a button. NameSpace.SyncObjects lists the send/receive groups added here, which
+// fire SyncStart when the add-in starts them and SyncEnd (after OnError for a failed run)
+// when the test ends the run or the add-in stops it. The add-in's COMAddIn and the
+// PropertyPages of a dialog, the ribbon (IRibbonUI) and the controls its callbacks are
+// called for (IRibbonControl) are handed out as the host hands them.
 #pragma once
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/ComRef.h"
@@ -31,6 +40,10 @@ namespace OutlookStandIn {
 // The host's dispinterfaces that its windows answer besides IDispatch.
 extern const IID IID_OutlookExplorer;
 extern const IID IID_OutlookInspector;
+// Of the shared office type library: _CommandBarButton, and the ribbon's dispinterfaces.
+extern const IID IID_CommandBarButton;
+extern const IID IID_IRibbonUI;
+extern const IID IID_IRibbonControl;
 // The event dispinterfaces that the stand-in fires.
 extern const IID IID_ApplicationEvents;
 extern const IID IID_ApplicationEvents_11;
@@ -38,6 +51,8 @@ extern const IID IID_ExplorerEvents_10;
 extern const IID IID_InspectorEvents_10;
 extern const IID IID_ExplorersEvents;
 extern const IID IID_InspectorsEvents;
+extern const IID IID_CommandBarButtonEvents;
+extern const IID IID_SyncObjectEvents;
 
 // The dispatch ids of the events fired, as the host's type library has them.
 namespace EventId {
@@ -53,6 +68,12 @@ constexpr DISPID Close = 0xF008;
 // ExplorersEvents, InspectorsEvents: (the new window)
 constexpr DISPID NewExplorer = 0xF001;
 constexpr DISPID NewInspector = 0xF001;
+// _CommandBarButtonEvents: (the button, CancelDefault by reference)
+constexpr DISPID Click = 1;
+// SyncObjectEvents
+constexpr DISPID SyncStart = 0xF001;
+constexpr DISPID OnError = 0xF003;  // (Code, Description)
+constexpr DISPID SyncEnd = 0xF004;
 }  // namespace EventId
 
 struct HostState;
@@ -97,6 +118,33 @@ class StandIn {
   // E_NOTIMPL for an add-in action without addIn.
   void play(const std::vector<HostAction>& actions,
             const std::function<void(const HostAction&)>& addIn = nullptr);
+
+  // The COMAddIn object that the host hands the add-in at connection, as the add-in of
+  // this ProgID; each call gives a new object over the same add-in.
+  ComRef<IDispatch> comAddIn(const std::wstring& progId, const std::wstring& description);
+  // The PropertyPages of a new options or folder dialog, and the titles of the pages added
+  // to the last one, in order (E_INVALIDARG before any dialog).
+  ComRef<IDispatch> openPropertyDialog();
+  std::vector<std::wstring> pageTitles() const;
+
+  // The ribbon handed to the add-in's onLoad callback, and the control a callback is called
+  // for, used in the window context (null: none).
+  ComRef<IDispatch> ribbonUI();
+  ComRef<IDispatch> ribbonControl(const std::wstring& id, const std::wstring& tag, IDispatch* context);
+  // The control ids the add-in invalidated through any ribbon object, in order; the whole
+  // ribbon's Invalidate as an empty id.
+  std::vector<std::wstring> ribbonInvalidations() const;
+
+  // A send/receive group, listed last in NameSpace.SyncObjects.
+  void addSyncObject(const std::wstring& name);
+  // Ends the run of the group named, firing OnError(code, description) first for a failed
+  // run; raises E_INVALIDARG when no such group is running.
+  void endSync(const std::wstring& name, std::optional<std::pair<LONG, std::wstring>> error = std::nullopt);
+
+  // Clicks every button with this tag on the bars of the open windows, as the host fires
+  // Click to each button that shares a tag. True when a sink set CancelDefault; raises
+  // E_INVALIDARG when no button has the tag.
+  bool clickButton(const std::wstring& tag);
 
   // The next call of member (by name, any object) answers code.
   void failNext(const std::wstring& member, HRESULT code);
