@@ -298,10 +298,13 @@ bool isMsoDefaultFolder(IDispatch* nameSpace, IDispatch* folder, LONG folderType
   const Variant defaultFolder = zelvo::callMethod(nameSpace, L"GetDefaultFolder", {Variant::fromInt32(folderType)});
   const ComRef<IDispatch> defaultObject = defaultFolder.toDispatch();
   if (!defaultObject) ZEL_HERE.raise(E_FAIL);
-  // Both texts come from the same store provider in the same form, so equal texts are the
-  // same folder.
-  return zelvo::getProperty(defaultObject.get(), L"EntryID").toText() ==
-         zelvo::getProperty(folder, L"EntryID").toText();
+  // Two folders are the same when their entry-id texts are, compared as the user's locale
+  // compares texts.
+  const Variant defaultId = zelvo::getProperty(defaultObject.get(), L"EntryID").changedTo(VT_BSTR);
+  const Variant folderId = zelvo::getProperty(folder, L"EntryID").changedTo(VT_BSTR);
+  const HRESULT order = VarBstrCmp(defaultId.get().bstrVal, folderId.get().bstrVal, LOCALE_USER_DEFAULT, 0);
+  if (FAILED(order)) ZEL_HERE.raise(order);
+  return order == VARCMP_EQ;
 }
 
 std::string strHex2Bin(const std::wstring& text) {

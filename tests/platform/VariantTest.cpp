@@ -122,4 +122,35 @@ TEST(VariantTest, CopyMakesItsOwnString) {
   EXPECT_EQ(textOf(b.v), L"text");
 }
 
+// Entry-id texts are compared this way; the cases are those on which a locale's collation
+// and code-point order agree, so both builds answer alike.
+TEST(VariantTest, BstrComparisonOfEntryIdTexts) {
+  struct Case {
+    const wchar_t* left;  // null for a null BSTR
+    const wchar_t* right;
+    ULONG flags;
+    HRESULT expected;
+  };
+  const Case cases[] = {
+      {L"00A1FF", L"00A1FF", 0, VARCMP_EQ},
+      {L"00A1FE", L"00A1FF", 0, VARCMP_LT},
+      {L"00B1", L"00A1FF", 0, VARCMP_GT},
+      {L"00A1", L"00A1FF", 0, VARCMP_LT},
+      {L"9F", L"A0", 0, VARCMP_LT},
+      {L"00a1ff", L"00A1FF", NORM_IGNORECASE, VARCMP_EQ},
+      {nullptr, nullptr, 0, VARCMP_EQ},
+      {nullptr, L"", 0, VARCMP_EQ},
+      {nullptr, L"00", 0, VARCMP_LT},
+      {L"00", nullptr, 0, VARCMP_GT},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.left ? "left" : "null") + " / " + (c.right ? "right" : "null"));
+    BSTR left = c.left ? SysAllocString(c.left) : nullptr;
+    BSTR right = c.right ? SysAllocString(c.right) : nullptr;
+    EXPECT_EQ(VarBstrCmp(left, right, LOCALE_USER_DEFAULT, c.flags), c.expected);
+    SysFreeString(left);
+    SysFreeString(right);
+  }
+}
+
 }  // namespace

@@ -309,3 +309,20 @@ HRESULT VariantChangeType(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, USHORT wFl
   *pvargDest = result;
   return S_OK;
 }
+
+HRESULT VarBstrCmp(BSTR bstrLeft, BSTR bstrRight, LCID, ULONG dwFlags) {
+  const UINT leftLength = bstrLeft ? SysStringLen(bstrLeft) : 0;
+  const UINT rightLength = bstrRight ? SysStringLen(bstrRight) : 0;
+  const bool ignoreCase = (dwFlags & NORM_IGNORECASE) != 0;
+  for (UINT i = 0; i < leftLength && i < rightLength; ++i) {
+    wint_t left = static_cast<wint_t>(bstrLeft[i]);
+    wint_t right = static_cast<wint_t>(bstrRight[i]);
+    if (ignoreCase) {
+      left = std::towlower(left);
+      right = std::towlower(right);
+    }
+    if (left != right) return left < right ? VARCMP_LT : VARCMP_GT;
+  }
+  if (leftLength == rightLength) return VARCMP_EQ;
+  return leftLength < rightLength ? VARCMP_LT : VARCMP_GT;
+}

@@ -266,5 +266,15 @@ HRESULT VariantClear(VARIANTARG* pvarg);
 HRESULT VariantCopy(VARIANTARG* pvargDest, VARIANTARG* pvargSrc);
 HRESULT VariantChangeType(VARIANTARG* pvargDest, VARIANTARG* pvarSrc, USHORT wFlags, VARTYPE vt);
 
+// Comparing two BSTRs. There are no locale tables on Linux: the comparison is by code
+// point whatever the locale, and NORM_IGNORECASE folds the letters that towlower folds.
+// A null BSTR compares as an empty one.
+#define VARCMP_LT 0
+#define VARCMP_EQ 1
+#define VARCMP_GT 2
+#define VARCMP_NULL 3
+#define NORM_IGNORECASE 0x00000001
+HRESULT VarBstrCmp(BSTR bstrLeft, BSTR bstrRight, LCID lcid, ULONG dwFlags);
+
 static_assert(sizeof(VARIANT) == 8 + 2 * sizeof(void*), "VARIANT layout");
 static_assert(sizeof(DISPPARAMS) == 2 * sizeof(void*) + 8, "DISPPARAMS layout");
