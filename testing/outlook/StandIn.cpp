@@ -11,6 +11,7 @@
 #include "base/Dispatcher.h"
 #include "base/Iui.h"
 #include "base/Variant.h"
+#include "store/MapiPropNoSupport.h"
 
 ZEL_IUI_INTERFACE(IMAPISession, IID_IMAPISession)
 ZEL_IUI_INTERFACE(IMAPITable, IID_IMAPITable)
@@ -72,7 +73,7 @@ const std::vector<ULONG>& defaultColumns() {
 }  // namespace
 
 struct StoreSlot {
-  ProfileStore spec;
+  ProfileStore profileStore;
   std::unique_ptr<ReferenceStore::Store> store;  // null for a foreign store
   std::string entryId;
 };
@@ -224,22 +225,8 @@ namespace {
 // The IMAPIProp slots of a store or folder: OpenProperty goes to the reference store's
 // object, the rest is not part of this model.
 template <class Interface>
-class PropFace : public Interface {
+class PropFace : public MapiPropNoSupport<Interface> {
  public:
-  HRESULT STDMETHODCALLTYPE GetLastError(HRESULT, ULONG, LPMAPIERROR* error) override {
-    if (error) *error = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE SaveChanges(ULONG) override { return MAPI_E_NO_SUPPORT; }
-  HRESULT STDMETHODCALLTYPE GetProps(LPSPropTagArray, ULONG, ULONG* count, LPSPropValue* values) override {
-    if (count) *count = 0;
-    if (values) *values = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE GetPropList(ULONG, LPSPropTagArray* tags) override {
-    if (tags) *tags = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
   HRESULT STDMETHODCALLTYPE OpenProperty(ULONG tag, LPCIID iid, ULONG options, ULONG flags,
                                          LPUNKNOWN* out) override {
     if (!out) return E_POINTER;
@@ -249,34 +236,6 @@ class PropFace : public Interface {
     // A foreign store knows nothing of the product's configuration property.
     if (!inner_) return MAPI_E_NOT_FOUND;
     return inner_->OpenProperty(tag, iid, options, flags, out);
-  }
-  HRESULT STDMETHODCALLTYPE SetProps(ULONG, LPSPropValue, LPSPropProblemArray* problems) override {
-    if (problems) *problems = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE DeleteProps(LPSPropTagArray, LPSPropProblemArray* problems) override {
-    if (problems) *problems = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE CopyTo(ULONG, LPCIID, LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
-                                   LPSPropProblemArray* problems) override {
-    if (problems) *problems = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE CopyProps(LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
-                                      LPSPropProblemArray* problems) override {
-    if (problems) *problems = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE GetNamesFromIDs(LPSPropTagArray*, LPGUID, ULONG, ULONG* count,
-                                            LPMAPINAMEID** names) override {
-    if (count) *count = 0;
-    if (names) *names = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE GetIDsFromNames(ULONG, LPMAPINAMEID*, ULONG, LPSPropTagArray* tags) override {
-    if (tags) *tags = nullptr;
-    return MAPI_E_NO_SUPPORT;
   }
 
  protected:
@@ -432,7 +391,7 @@ class StoresTable final : public iui_::IUnknownImpl<IMAPITable> {
       return MAPI_E_TOO_COMPLEX;
     const bool wanted = p.lpProp->Value.b != 0;
     for (size_t i = 0; i < state_->stores.size(); ++i)
-      if ((state_->stores[i].spec.isDefault == wanted) == (p.relop == RELOP_EQ)) visible_.push_back(i);
+      if ((state_->stores[i].profileStore.isDefault == wanted) == (p.relop == RELOP_EQ)) visible_.push_back(i);
     return S_OK;
   }
   HRESULT STDMETHODCALLTYPE QueryRows(LONG count, ULONG, LPSRowSet* rows) override {
@@ -543,12 +502,12 @@ class StoresTable final : public iui_::IUnknownImpl<IMAPITable> {
   static HRESULT fill(const StoreSlot& slot, ULONG tag, SPropValue& value, void* parent) {
     value.ulPropTag = tag;
     switch (tag) {
-      case PR_DISPLAY_NAME_W: return copyText(slot.spec.displayName, value, parent);
-      case PR_PROVIDER_DISPLAY_W: return copyText(providerName(slot.spec.kind), value, parent);
+      case PR_DISPLAY_NAME_W: return copyText(slot.profileStore.displayName, value, parent);
+      case PR_PROVIDER_DISPLAY_W: return copyText(providerName(slot.profileStore.kind), value, parent);
       case PR_ENTRYID: return copyBytes(slot.entryId.data(), slot.entryId.size(), value, parent);
-      case PR_RECORD_KEY: return copyBytes(slot.spec.recordKey.bytes(), 16, value, parent);
-      case PR_SERVICE_UID: return copyBytes(slot.spec.serviceUid.bytes(), 16, value, parent);
-      case PR_DEFAULT_STORE: value.Value.b = slot.spec.isDefault ? 1 : 0; return S_OK;
+      case PR_RECORD_KEY: return copyBytes(slot.profileStore.recordKey.bytes(), 16, value, parent);
+      case PR_SERVICE_UID: return copyBytes(slot.profileStore.serviceUid.bytes(), 16, value, parent);
+      case PR_DEFAULT_STORE: value.Value.b = slot.profileStore.isDefault ? 1 : 0; return S_OK;
       default:
         value.ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tag));
         value.Value.err = MAPI_E_NOT_FOUND;
@@ -1486,7 +1445,7 @@ const zelvo::DispatchTable<Application>& Application::dispatchTable() {
 }
 
 ComRef<IDispatch> folderObject(const std::shared_ptr<HostState>& state, size_t store, const std::wstring& path) {
-  for (const auto& f : state->slot(store).spec.folders)
+  for (const auto& f : state->slot(store).profileStore.folders)
     if (f.path == path) return make<Folder>(state, store, path, f.entryId);
   // A folder the profile does not list: no entry id of its own.
   return make<Folder>(state, store, path, std::string());
@@ -1494,8 +1453,8 @@ ComRef<IDispatch> folderObject(const std::shared_ptr<HostState>& state, size_t s
 
 ComRef<IDispatch> defaultFolder(const std::shared_ptr<HostState>& state, LONG type) {
   for (size_t s = 0; s < state->stores.size(); ++s) {
-    if (!state->stores[s].spec.isDefault) continue;
-    for (const auto& f : state->stores[s].spec.folders)
+    if (!state->stores[s].profileStore.isDefault) continue;
+    for (const auto& f : state->stores[s].profileStore.folders)
       if (f.defaultType && *f.defaultType == type) return folderObject(state, s, f.path);
   }
   ZEL_HERE.raiseFormatted(MAPI_E_NOT_FOUND, "no default folder of type %d", type);
@@ -1505,18 +1464,18 @@ ComRef<IDispatch> defaultFolder(const std::shared_ptr<HostState>& state, LONG ty
 
 StandIn::StandIn(const Profile& profile) : state_(std::make_shared<HostState>()) {
   state_->profile = profile;
-  for (const ProfileStore& spec : profile.stores) {
+  for (const ProfileStore& profileStore : profile.stores) {
     StoreSlot slot;
-    slot.spec = spec;
-    if (spec.kind == StoreKind::Foreign) {
+    slot.profileStore = profileStore;
+    if (profileStore.kind == StoreKind::Foreign) {
       // Another provider's id: not of the product's layout.
-      slot.entryId = std::string("FRGN", 4) + std::string(reinterpret_cast<const char*>(spec.recordKey.bytes()), 16);
+      slot.entryId = std::string("FRGN", 4) + std::string(reinterpret_cast<const char*>(profileStore.recordKey.bytes()), 16);
     } else {
       ReferenceStore::Mailbox mailbox =
-          spec.mailboxFolder ? ReferenceStore::loadMailbox(*spec.mailboxFolder) : ReferenceStore::Mailbox();
-      mailbox.serviceUid = spec.serviceUid;
-      mailbox.storeClass = storeClassOf(spec.kind);
-      for (const auto& folder : spec.folders) {
+          profileStore.mailboxFolder ? ReferenceStore::loadMailbox(*profileStore.mailboxFolder) : ReferenceStore::Mailbox();
+      mailbox.serviceUid = profileStore.serviceUid;
+      mailbox.storeClass = storeClassOf(profileStore.kind);
+      for (const auto& folder : profileStore.folders) {
         if (ReferenceStore::MailboxFolder* known = mailbox.findFolder(folder.path)) {
           known->entryId = folder.entryId;
           continue;
@@ -1530,7 +1489,7 @@ StandIn::StandIn(const Profile& profile) : state_(std::make_shared<HostState>())
       slot.store = std::make_unique<ReferenceStore::Store>(std::move(mailbox));
       // The product's store id: flags, the store's key, type 0.
       slot.entryId.assign(4, '\0');
-      slot.entryId.append(reinterpret_cast<const char*>(spec.recordKey.bytes()), 16);
+      slot.entryId.append(reinterpret_cast<const char*>(profileStore.recordKey.bytes()), 16);
       slot.entryId.append(4, '\0');
     }
     state_->stores.push_back(std::move(slot));

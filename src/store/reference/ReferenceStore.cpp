@@ -13,6 +13,7 @@
 #include "base/Iui.h"
 #include "store/EntryId.h"
 #include "store/MapiAlloc.h"
+#include "store/MapiPropNoSupport.h"
 #include "store/reference/ReferenceAllocator.h"
 
 namespace ReferenceStore {
@@ -607,7 +608,7 @@ class FolderConfigObject final : public iui_::IUnknownImpl<IFolderConfig> {
 
 // A store or folder as MAPI sees it: only OpenProperty of the configuration property
 // does anything; the service's other properties are not part of this model.
-class MapiObject final : public iui_::IUnknownImpl<IMAPIProp> {
+class MapiObject final : public iui_::IUnknownImpl<MapiPropNoSupport<IMAPIProp>> {
  public:
   MapiObject(std::shared_ptr<StoreState> state, std::optional<std::wstring> folder)
       : state_(std::move(state)), folder_(std::move(folder)) {}
@@ -628,49 +629,6 @@ class MapiObject final : public iui_::IUnknownImpl<IMAPIProp> {
       *out = ComRef<IFolderConfig>::adopt(new FolderConfigObject(state_, *folder_)).detach();
       return S_OK;
     });
-  }
-
-  HRESULT STDMETHODCALLTYPE GetLastError(HRESULT, ULONG, LPMAPIERROR* error) override {
-    if (error) *error = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE SaveChanges(ULONG) override { return MAPI_E_NO_SUPPORT; }
-  HRESULT STDMETHODCALLTYPE GetProps(LPSPropTagArray, ULONG, ULONG* count, LPSPropValue* values) override {
-    if (count) *count = 0;
-    if (values) *values = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE GetPropList(ULONG, LPSPropTagArray* tags) override {
-    if (tags) *tags = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE SetProps(ULONG, LPSPropValue, LPSPropProblemArray* problems) override {
-    if (problems) *problems = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE DeleteProps(LPSPropTagArray, LPSPropProblemArray* problems) override {
-    if (problems) *problems = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE CopyTo(ULONG, LPCIID, LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
-                                   LPSPropProblemArray* problems) override {
-    if (problems) *problems = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE CopyProps(LPSPropTagArray, ULONG, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
-                                      LPSPropProblemArray* problems) override {
-    if (problems) *problems = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE GetNamesFromIDs(LPSPropTagArray*, LPGUID, ULONG, ULONG* count,
-                                            LPMAPINAMEID** names) override {
-    if (count) *count = 0;
-    if (names) *names = nullptr;
-    return MAPI_E_NO_SUPPORT;
-  }
-  HRESULT STDMETHODCALLTYPE GetIDsFromNames(ULONG, LPMAPINAMEID*, ULONG, LPSPropTagArray* tags) override {
-    if (tags) *tags = nullptr;
-    return MAPI_E_NO_SUPPORT;
   }
 
  private:
