@@ -28,8 +28,8 @@ extern const IID IID__MailItem;
 // must be empty (E_INVALIDARG) and receives the item.
 bool isInspectorForMailItem(IDispatch *inspector, ComRef<IDispatch> *mailItem);
 
-} // namespace Utils
-} // namespace AddIn
+}  // namespace Utils
+}  // namespace AddIn
 
 namespace zelvo {
 namespace addin {
@@ -60,18 +60,15 @@ std::string getObjectBinaryProperty(IDispatch *object, ULONG tag);
 // Asks before count items are marked as junk, unless the user said not to ask
 // again. The tick box's answer is written back to the local option "Confirm
 // Mark As Spam". True when the user agreed (or was not asked).
-bool confirmMarkAsSpam(size_t count, const config::RegistryConfig &registry =
-                                         config::RegistryConfig::instance());
+bool confirmMarkAsSpam(size_t count, const config::RegistryConfig &registry = config::RegistryConfig::instance());
 
 // The junk commands over the host's objects and the stores found by discovery.
 // Holds no references: the objects and the map must outlive the calls made on
 // it.
 class SpamCommands {
-public:
-  SpamCommands(IDispatch *application, IDispatch *nameSpace,
-               const AddIn::Utils::StoreConfigs &configs,
-               const config::RegistryConfig &registry =
-                   config::RegistryConfig::instance());
+ public:
+  SpamCommands(IDispatch *application, IDispatch *nameSpace, const AddIn::Utils::StoreConfigs &configs,
+               const config::RegistryConfig &registry = config::RegistryConfig::instance());
 
   // Marks the active window's selection as junk (junk) or as good. True when
   // the command reached the store; false, with nothing shown, when there was
@@ -87,20 +84,18 @@ public:
   // item; several, both. False (with both false) when the host refuses the
   // selection. Raises E_INVALIDARG for a null explorer and the failure of the
   // selection's Count.
-  bool determineExplorerSpamControlsStateSimple(IDispatch *explorer,
-                                                bool &isSpam, bool &notSpam);
+  bool determineExplorerSpamControlsStateSimple(IDispatch *explorer, bool &isSpam, bool &notSpam);
 
   // The state of a ribbon control in a read inspector, by the inspector's item;
   // an inspector has no folder test. Raises E_INVALIDARG for a control without
   // an inspector.
-  void getSpamControlStateFromButton(IDispatch *ribbonControl, bool &isSpam,
-                                     bool &notSpam);
+  void getSpamControlStateFromButton(IDispatch *ribbonControl, bool &isSpam, bool &notSpam);
 
   // The state of one item: not a sent mail, neither; otherwise Mark as spam, or
   // Not spam when its store says the message is junk.
   SpamControlsState getItemSpamState(IDispatch *item);
 
-private:
+ private:
   IDispatch *application_;
   IDispatch *nameSpace_;
   const AddIn::Utils::StoreConfigs &configs_;
@@ -112,11 +107,10 @@ namespace details {
 // Hands ids to config->markAsJunk as one SBinaryArray built from the store
 // allocator and freed afterwards. Raises E_INVALIDARG for a null config or
 // allocator, and any failure of the allocator or the store.
-void executeMarkAsJunkEmail(bool junk, IGlobalConfig *config,
-                            IStoreAllocator *allocator,
+void executeMarkAsJunkEmail(bool junk, IGlobalConfig *config, IStoreAllocator *allocator,
                             const std::vector<std::string> &ids);
 
-} // namespace details
+}  // namespace details
 
-} // namespace addin
-} // namespace zelvo
+}  // namespace addin
+}  // namespace zelvo
