@@ -213,7 +213,15 @@ void RulePeopleDialog::onCommand(ControlId id, int notification) {
 // --- one text
 // ------------------------------------------------------------------------------
 
-void RuleMessageDialog::onInitDialog() { view().setText(kEdit, text_); }
+void RuleMessageDialog::onInitDialog() {
+  // A long text wants room: the field grows with the window, the buttons keep
+  // to its corner.
+  view().enableResizing(0, 0);
+  view().setAnchor(kEdit, anchor::all);
+  view().setAnchor(kIdOk, anchor::right | anchor::bottom);
+  view().setAnchor(kIdCancel, anchor::right | anchor::bottom);
+  view().setText(kEdit, text_);
+}
 
 void RuleMessageDialog::onOk() {
   text_ = view().getText(kEdit);
