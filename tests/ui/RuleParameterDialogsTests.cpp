@@ -1,5 +1,6 @@
-// The parameter dialogs of a rule's description, played through the recording view: what
-// the user sees while editing, and what OK and Cancel leave in the node.
+// The parameter dialogs of a rule's description, played through the recording
+// view: what the user sees while editing, and what OK and Cancel leave in the
+// node.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -40,23 +41,28 @@ struct FakePicker : zelvo::ui::AddressBookPicker {
   bool answer = true;
   std::wstring chosen;
   std::vector<unsigned> kinds;
-  bool pick(unsigned kind, std::wstring& result) override {
+  bool pick(unsigned kind, std::wstring &result) override {
     kinds.push_back(kind);
-    if (answer) result = chosen;
+    if (answer)
+      result = chosen;
     return answer;
   }
 };
 
-// A header test on the subject, as the condition table makes it, with these values.
-Sieve::TestPtr subjectTest(const Strings& values) {
+// A header test on the subject, as the condition table makes it, with these
+// values.
+Sieve::TestPtr subjectTest(const Strings &values) {
   Sieve::TestPtr test(Sieve::createTestForCondition(Sieve::ConditionSubject));
   test->values = Sieve::makeStringList(values);
   return test;
 }
 
-void click(zelvo::ui::DialogLogic& dialog, zelvo::ui::ControlId id) { dialog.command(id, notify::buttonClicked); }
+void click(zelvo::ui::DialogLogic &dialog, zelvo::ui::ControlId id) {
+  dialog.command(id, notify::buttonClicked);
+}
 
-// --- the list of values --------------------------------------------------------------------
+// --- the list of values
+// --------------------------------------------------------------------
 
 using D = RuleContainsDialog;
 
@@ -67,18 +73,19 @@ struct ValueList {
   Sieve::TestPtr test;
   std::unique_ptr<D> dialog;
 
-  explicit ValueList(const Strings& values = {L"zeta", L"Alpha", L"beta"}) : test(subjectTest(values)) {}
+  explicit ValueList(const Strings &values = {L"zeta", L"Alpha", L"beta"})
+      : test(subjectTest(values)) {}
 
   void open() {
     dialog = std::make_unique<D>(view, *test, host, nullptr);
     view.attach(*dialog);
     dialog->initDialog();
   }
-  void type(const std::wstring& text) {
+  void type(const std::wstring &text) {
     view.setText(D::kEdit, text);
     dialog->command(D::kEdit, notify::editChange);
   }
-  void add(const std::wstring& text) {
+  void add(const std::wstring &text) {
     type(text);
     click(*dialog, D::kAdd);
   }
@@ -89,7 +96,8 @@ struct ValueList {
   Strings stored() const { return Sieve::stringListToVector(test->values); }
 };
 
-TEST(RuleContainsDialog, OpensOnTheValuesSortedByTheirOwnOrderWithTheFirstSelected) {
+TEST(RuleContainsDialog,
+     OpensOnTheValuesSortedByTheirOwnOrderWithTheFirstSelected) {
   ValueList s;
   s.open();
   EXPECT_EQ(s.view.items(D::kList), (Strings{L"Alpha", L"beta", L"zeta"}));
@@ -106,7 +114,9 @@ TEST(RuleContainsDialog, TheLabelShowsTheConditionWithHowItCompares) {
   s.test->negated = true;
   s.open();
   const std::wstring label = s.view.getText(D::kConditionLabel);
-  EXPECT_NE(label.find(Sieve::matchLabel(Sieve::MatchType::Is, true)), std::wstring::npos) << label;
+  EXPECT_NE(label.find(Sieve::matchLabel(Sieve::MatchType::Is, true)),
+            std::wstring::npos)
+      << label;
   EXPECT_EQ(label.find(L'['), std::wstring::npos) << label;
   EXPECT_EQ(label.find(L']'), std::wstring::npos) << label;
 }
@@ -120,10 +130,14 @@ TEST(RuleContainsDialog, AddTrimsAndKeepsTheListSorted) {
   const Case cases[] = {
       {L" abc ", {L"Alpha", L"abc", L"beta", L"zeta"}, 1},
       {L"\tomega\t", {L"Alpha", L"beta", L"omega", L"zeta"}, 2},
-      {L"ALPHA", {L"ALPHA", L"Alpha", L"beta", L"zeta"}, 0},  // case counts: no question
+      {L"ALPHA",
+       {L"ALPHA", L"Alpha", L"beta", L"zeta"},
+       0}, // case counts: no question
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << "typed '" << std::string(c.typed.begin(), c.typed.end()) << "'");
+  for (const Case &c : cases) {
+    SCOPED_TRACE(testing::Message()
+                 << "typed '" << std::string(c.typed.begin(), c.typed.end())
+                 << "'");
     test = subjectTest({L"zeta", L"Alpha", L"beta"});
     s.view = RecordingDialogView();
     s.open();
@@ -146,7 +160,8 @@ TEST(RuleContainsDialog, EditWithTextMakesAddTheDefaultButton) {
   EXPECT_EQ(s.view.defaultButton(), kIdOk);
 }
 
-TEST(RuleContainsDialog, BlanksAloneAddNothingAndLeaveAnEmptyFieldWithTheFocus) {
+TEST(RuleContainsDialog,
+     BlanksAloneAddNothingAndLeaveAnEmptyFieldWithTheFocus) {
   ValueList s;
   s.open();
   s.add(L"   ");
@@ -161,7 +176,7 @@ TEST(RuleContainsDialog, AValueAlreadyListedIsAddedTwiceOnlyAfterYes) {
   s.view.queueAnswer(kIdNo);
   s.add(L" beta");
   ASSERT_EQ(s.view.messages().size(), 1u);
-  const auto& question = s.view.messages()[0];
+  const auto &question = s.view.messages()[0];
   EXPECT_EQ(question.text, Localization::getString(IDS_VALUE_ALREADY_LISTED));
   EXPECT_EQ(question.style & mb::buttonMask, mb::yesNo);
   EXPECT_EQ(question.style & 0xF00u, 0x100u) << "No is the default answer";
@@ -171,7 +186,8 @@ TEST(RuleContainsDialog, AValueAlreadyListedIsAddedTwiceOnlyAfterYes) {
 
   s.view.queueAnswer(kIdYes);
   s.add(L"beta");
-  EXPECT_EQ(s.view.items(D::kList), (Strings{L"Alpha", L"beta", L"beta", L"zeta"}));
+  EXPECT_EQ(s.view.items(D::kList),
+            (Strings{L"Alpha", L"beta", L"beta", L"zeta"}));
   click(*s.dialog, kIdOk);
   EXPECT_EQ(s.stored(), (Strings{L"Alpha", L"beta", L"beta", L"zeta"}));
 }
@@ -182,8 +198,10 @@ TEST(RuleContainsDialog, RemoveSelectsTheSameRowOrTheLast) {
     Strings left;
     int selected;
   };
-  const Case cases[] = {{0, {L"beta", L"zeta"}, 0}, {1, {L"Alpha", L"zeta"}, 1}, {2, {L"Alpha", L"beta"}, 1}};
-  for (const Case& c : cases) {
+  const Case cases[] = {{0, {L"beta", L"zeta"}, 0},
+                        {1, {L"Alpha", L"zeta"}, 1},
+                        {2, {L"Alpha", L"beta"}, 1}};
+  for (const Case &c : cases) {
     SCOPED_TRACE(c.removed);
     ValueList s;
     s.open();
@@ -202,7 +220,8 @@ TEST(RuleContainsDialog, RemovingTheLastValueDisablesOkAndFocusesTheEdit) {
   EXPECT_EQ(s.view.focus(), D::kEdit);
   EXPECT_FALSE(s.view.isEnabled(kIdOk));
   EXPECT_FALSE(s.view.isEnabled(D::kRemove));
-  click(*s.dialog, kIdOk);  // cannot happen through the disabled button; nothing is lost either
+  click(*s.dialog, kIdOk); // cannot happen through the disabled button; nothing
+                           // is lost either
   EXPECT_FALSE(s.view.result());
   EXPECT_EQ(s.stored(), (Strings{L"only"}));
 }
@@ -222,20 +241,27 @@ TEST(RuleContainsDialog, OkReplacesTheValuesInTheListOrderAndCancelKeepsThem) {
   EXPECT_EQ(s.stored(), (Strings{L"Alpha", L"beta", L"gamma", L"zeta"}));
 }
 
-TEST(RuleContainsDialog, TheConditionDialogChangesTheTestAtOnceEvenWhenTheListIsCancelled) {
+TEST(RuleContainsDialog,
+     TheConditionDialogChangesTheTestAtOnceEvenWhenTheListIsCancelled) {
   ValueList s;
   s.test->matchType = Sieve::MatchType::Contains;
   s.open();
-  s.host.script(RuleConditionDialog::kTemplateId, [](RecordingDialogView& v, zelvo::ui::DialogLogic& logic) {
-    EXPECT_EQ(v.comboSelection(RuleConditionDialog::kCombo), 2);  // contains, plain
-    v.userSelectCombo(RuleConditionDialog::kCombo, 1);             // is, negated
-    click(logic, kIdOk);
-  });
+  s.host.script(RuleConditionDialog::kTemplateId,
+                [](RecordingDialogView &v, zelvo::ui::DialogLogic &logic) {
+                  EXPECT_EQ(v.comboSelection(RuleConditionDialog::kCombo),
+                            2); // contains, plain
+                  v.userSelectCombo(RuleConditionDialog::kCombo,
+                                    1); // is, negated
+                  click(logic, kIdOk);
+                });
   click(*s.dialog, D::kCondition);
-  EXPECT_EQ(s.host.shownIds(), (std::vector<int>{RuleConditionDialog::kTemplateId}));
+  EXPECT_EQ(s.host.shownIds(),
+            (std::vector<int>{RuleConditionDialog::kTemplateId}));
   EXPECT_EQ(s.test->matchType, Sieve::MatchType::Is);
   EXPECT_TRUE(s.test->negated);
-  EXPECT_NE(s.view.getText(D::kConditionLabel).find(Sieve::matchLabel(Sieve::MatchType::Is, true)), std::wstring::npos);
+  EXPECT_NE(s.view.getText(D::kConditionLabel)
+                .find(Sieve::matchLabel(Sieve::MatchType::Is, true)),
+            std::wstring::npos);
   click(*s.dialog, kIdCancel);
   EXPECT_EQ(s.test->matchType, Sieve::MatchType::Is);
   EXPECT_TRUE(s.test->negated);
@@ -244,10 +270,11 @@ TEST(RuleContainsDialog, TheConditionDialogChangesTheTestAtOnceEvenWhenTheListIs
 TEST(RuleContainsDialog, ACancelledConditionDialogChangesNothing) {
   ValueList s;
   s.open();
-  s.host.script(RuleConditionDialog::kTemplateId, [](RecordingDialogView& v, zelvo::ui::DialogLogic& logic) {
-    v.userSelectCombo(RuleConditionDialog::kCombo, 5);
-    click(logic, kIdCancel);
-  });
+  s.host.script(RuleConditionDialog::kTemplateId,
+                [](RecordingDialogView &v, zelvo::ui::DialogLogic &logic) {
+                  v.userSelectCombo(RuleConditionDialog::kCombo, 5);
+                  click(logic, kIdCancel);
+                });
   const std::wstring label = s.view.getText(D::kConditionLabel);
   click(*s.dialog, D::kCondition);
   EXPECT_EQ(s.test->matchType, Sieve::MatchType::Contains);
@@ -267,10 +294,12 @@ TEST(RulePeopleDialog, TheAddressBookAddsEachChosenAddressThroughAdd) {
   EXPECT_TRUE(view.isEnabled(RulePeopleDialog::kAddressBook));
 
   picker.chosen = L"c@example.com; a@example.com, b@example.com";
-  view.queueAnswer(kIdNo);  // b is listed already
+  view.queueAnswer(kIdNo); // b is listed already
   click(dialog, RulePeopleDialog::kAddressBook);
-  EXPECT_EQ(picker.kinds, (std::vector<unsigned>{zelvo::ui::kRuleAddressBookKind}));
-  EXPECT_EQ(view.items(RulePeopleDialog::kList), (Strings{L"a@example.com", L"b@example.com", L"c@example.com"}));
+  EXPECT_EQ(picker.kinds,
+            (std::vector<unsigned>{zelvo::ui::kRuleAddressBookKind}));
+  EXPECT_EQ(view.items(RulePeopleDialog::kList),
+            (Strings{L"a@example.com", L"b@example.com", L"c@example.com"}));
   EXPECT_EQ(view.messages().size(), 1u);
 
   picker.answer = false;
@@ -288,7 +317,8 @@ TEST(RulePeopleDialog, WithoutAnAddressBookItsButtonIsDisabled) {
   EXPECT_FALSE(view.isEnabled(kIdOk)) << "a test without values offers no OK";
 }
 
-// --- size ----------------------------------------------------------------------------------
+// --- size
+// ----------------------------------------------------------------------------------
 
 TEST(RuleHasSizeDialog, OpensInTheLargestUnitTheDescriptionWouldUse) {
   struct Case {
@@ -297,11 +327,15 @@ TEST(RuleHasSizeDialog, OpensInTheLargestUnitTheDescriptionWouldUse) {
     int unit;
   };
   const Case cases[] = {
-      {0, L"0", 0},          {10240, L"10240", 0},     {10241, L"10", 1},
-      {102400, L"100", 1},   {10485760, L"10240", 1}, {10485761, L"10", 2},
+      {0, L"0", 0},
+      {10240, L"10240", 0},
+      {10241, L"10", 1},
+      {102400, L"100", 1},
+      {10485760, L"10240", 1},
+      {10485761, L"10", 2},
       {0xFFFFFFFFu, L"4095", 2},
   };
-  for (const Case& c : cases) {
+  for (const Case &c : cases) {
     SCOPED_TRACE(c.bytes);
     RecordingDialogView view;
     Sieve::SizeMode mode = Sieve::SizeMode::Over;
@@ -322,8 +356,8 @@ TEST(RuleHasSizeDialog, OkReadsTheNumberInItsUnit) {
     int unit;
     int mode;
     bool closes;
-    std::uint32_t bytes;  // stored when it closes
-    std::wstring shown;   // the field afterwards
+    std::uint32_t bytes; // stored when it closes
+    std::wstring shown;  // the field afterwards
     bool beeps;
   };
   const Case cases[] = {
@@ -337,8 +371,9 @@ TEST(RuleHasSizeDialog, OkReadsTheNumberInItsUnit) {
       {L"", 0, 0, false, 0, L"", true},
       {L"100", 0, kNoItem, false, 0, L"100", true},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << std::string(c.text.begin(), c.text.end()) << " unit " << c.unit);
+  for (const Case &c : cases) {
+    SCOPED_TRACE(testing::Message() << std::string(c.text.begin(), c.text.end())
+                                    << " unit " << c.unit);
     RecordingDialogView view;
     Sieve::SizeMode mode = Sieve::SizeMode::Under;
     std::uint32_t bytes = 1;
@@ -350,7 +385,8 @@ TEST(RuleHasSizeDialog, OkReadsTheNumberInItsUnit) {
     click(dialog, kIdOk);
     EXPECT_EQ(view.result().has_value(), c.closes);
     EXPECT_EQ(bytes, c.closes ? c.bytes : 1u);
-    if (c.closes) EXPECT_EQ(mode, static_cast<Sieve::SizeMode>(c.mode));
+    if (c.closes)
+      EXPECT_EQ(mode, static_cast<Sieve::SizeMode>(c.mode));
     EXPECT_EQ(view.getText(RuleHasSizeDialog::kEdit), c.shown);
     EXPECT_EQ(!view.beeps().empty(), c.beeps);
   }
@@ -374,9 +410,11 @@ TEST(RuleHasSizeDialog, AHundredKilobytesStoredOpensAsAHundredKilobytes) {
   EXPECT_EQ(second.comboSelection(RuleHasSizeDialog::kUnit), 1);
 }
 
-// --- match type, all or any, texts ---------------------------------------------------------
+// --- match type, all or any, texts
+// ---------------------------------------------------------
 
-TEST(RuleConditionDialog, OffersEachMatchTypePlainThenNegatedWithItsExplanation) {
+TEST(RuleConditionDialog,
+     OffersEachMatchTypePlainThenNegatedWithItsExplanation) {
   for (int row = 0; row < 6; ++row) {
     SCOPED_TRACE(row);
     RecordingDialogView view;
@@ -386,14 +424,17 @@ TEST(RuleConditionDialog, OffersEachMatchTypePlainThenNegatedWithItsExplanation)
     view.attach(dialog);
     dialog.initDialog();
     ASSERT_EQ(view.comboCount(RuleConditionDialog::kCombo), 6);
-    EXPECT_EQ(view.comboText(RuleConditionDialog::kCombo, row), Sieve::matchLabel(type, negated));
+    EXPECT_EQ(view.comboText(RuleConditionDialog::kCombo, row),
+              Sieve::matchLabel(type, negated));
     EXPECT_EQ(view.comboSelection(RuleConditionDialog::kCombo), row);
-    EXPECT_EQ(view.getText(RuleConditionDialog::kExplanation), Sieve::matchExplanation(type));
+    EXPECT_EQ(view.getText(RuleConditionDialog::kExplanation),
+              Sieve::matchExplanation(type));
 
     const int other = (row + 3) % 6;
     view.userSelectCombo(RuleConditionDialog::kCombo, other);
-    EXPECT_EQ(view.getText(RuleConditionDialog::kExplanation),
-              Sieve::matchExplanation(static_cast<Sieve::MatchType>(other / 2)));
+    EXPECT_EQ(
+        view.getText(RuleConditionDialog::kExplanation),
+        Sieve::matchExplanation(static_cast<Sieve::MatchType>(other / 2)));
     click(dialog, kIdOk);
     EXPECT_EQ(type, static_cast<Sieve::MatchType>(other / 2));
     EXPECT_EQ(negated, other % 2 != 0);
@@ -450,4 +491,4 @@ TEST(RuleMessageDialog, StoresTheTextAsItStandsEvenEmptyAndIsResizable) {
   EXPECT_EQ(text, L"");
 }
 
-}  // namespace
+} // namespace
