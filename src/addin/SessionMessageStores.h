@@ -13,17 +13,17 @@ namespace AddIn {
 namespace Utils {
 
 class SessionMessageStores : public zelvo::ui::MessageStoreSession {
-public:
+ public:
   // The session is taken from the namespace at each walk, so that the object
   // can be made before the host is asked for anything.
-  explicit SessionMessageStores(IDispatch *nameSpace) : nameSpace_(nameSpace) {}
+  explicit SessionMessageStores(IDispatch* nameSpace) : nameSpace_(nameSpace) {}
 
   // Raises what the session, its store table and opening a store raise.
   std::vector<Store> messageStores() override;
 
-private:
+ private:
   ComRef<IDispatch> nameSpace_;
 };
 
-} // namespace Utils
-} // namespace AddIn
+}  // namespace Utils
+}  // namespace AddIn

@@ -11,40 +11,35 @@ namespace details {
 
 // Turns drawing of a control back on however the work in between ends.
 class RedrawOff {
-public:
-  RedrawOff(DialogView &view, ControlId id) : view_(view), id_(id) {
-    view_.setRedraw(id_, false);
-  }
-  RedrawOff(const RedrawOff &) = delete;
-  RedrawOff &operator=(const RedrawOff &) = delete;
+ public:
+  RedrawOff(DialogView& view, ControlId id) : view_(view), id_(id) { view_.setRedraw(id_, false); }
+  RedrawOff(const RedrawOff&) = delete;
+  RedrawOff& operator=(const RedrawOff&) = delete;
   ~RedrawOff() { view_.setRedraw(id_, true); }
 
-private:
-  DialogView &view_;
+ private:
+  DialogView& view_;
   ControlId id_;
 };
 
-std::wstring lastComponent(const std::wstring &path) {
+std::wstring lastComponent(const std::wstring& path) {
   const std::size_t slash = path.rfind(L'/');
   return slash == std::wstring::npos ? path : path.substr(slash + 1);
 }
 
-} // namespace details
+}  // namespace details
 
-RuleMoveToDialog::RuleMoveToDialog(DialogView &view,
-                                   MessageStoreSession &session,
-                                   IGlobalConfig *config, std::wstring &path)
-    : SieveEditDialogImpl(view), session_(session), config_(config),
-      path_(path) {}
+RuleMoveToDialog::RuleMoveToDialog(DialogView& view, MessageStoreSession& session, IGlobalConfig* config,
+                                   std::wstring& path)
+    : SieveEditDialogImpl(view), session_(session), config_(config), path_(path) {}
 
-const RuleFolder *RuleMoveToDialog::folderOf(TreeItem item) const {
+const RuleFolder* RuleMoveToDialog::folderOf(TreeItem item) const {
   const auto found = folders_.find(item);
   return found == folders_.end() ? nullptr : &found->second;
 }
 
 void RuleMoveToDialog::onInitDialog() {
-  view().treeSetImages(
-      kTree, {kFolderIcon, kMailboxIcon, kNamespaceIcon, kNotChosenIcon});
+  view().treeSetImages(kTree, {kFolderIcon, kMailboxIcon, kNamespaceIcon, kNotChosenIcon});
   updateOk();
   refreshFolderTree();
   selectPresentFolder();
@@ -54,51 +49,49 @@ void RuleMoveToDialog::refreshFolderTree() {
   details::RedrawOff quiet(view(), kTree);
   folders_.clear();
   view().treeClear(kTree);
-  if (!config_)
-    ZEL_HERE.raise(E_INVALIDARG);
+  if (!config_) ZEL_HERE.raise(E_INVALIDARG);
   GUID mailbox{};
   ZEL_CHECK(config_->getServiceUid(&mailbox));
-  for (const MessageStoreSession::Store &entry : session_.messageStores()) {
+  for (const MessageStoreSession::Store& entry : session_.messageStores()) {
     details::MsgStore store;
-    if (!store.initialize(entry, mailbox))
-      continue;
+    if (!store.initialize(entry, mailbox)) continue;
     const TreeItem root = createMsgStoreTree(store);
-    if (root != kNoTreeItem)
-      view().treeExpand(kTree, root);
+    if (root != kNoTreeItem) view().treeExpand(kTree, root);
   }
 }
 
-TreeItem RuleMoveToDialog::createMsgStoreTree(const details::MsgStore &store) {
+TreeItem RuleMoveToDialog::createMsgStoreTree(const details::MsgStore& store) {
   TreeItemSpec rootSpec;
   rootSpec.text = store.storeName;
   rootSpec.image = store.rootName.empty() ? kMailboxImage : kNamespaceImage;
   const TreeItem root = view().treeInsert(kTree, kTreeRoot, rootSpec);
-  if (root == kNoTreeItem)
-    return kNoTreeItem;
+  if (root == kNoTreeItem) return kNoTreeItem;
 
-  // Folders that cannot be chosen show only as the parents of ones that can.
-  std::list<RuleFolder> pending;
-  LastInserted last;
-  for (const RuleFolder &listed : store.folders) {
-    RuleFolder folder = listed;
+  // Every folder waits here until it is in the tree. One that can be chosen goes in at its
+  // place in the list, or earlier as the parent of one before it; one that cannot be
+  // chosen only ever as a parent. A parent may stand anywhere in the list.
+  std::vector<Waiting> pending;
+  pending.reserve(store.folders.size());
+  for (const RuleFolder& listed : store.folders) {
+    Waiting waiting{listed, false};
     if (!store.rootName.empty()) {
-      folder.path = store.rootName + L"/" + folder.path;
-      folder.flags |= RuleFolder::kForeignNamespace;
+      waiting.folder.path = store.rootName + L"/" + waiting.folder.path;
+      waiting.folder.flags |= RuleFolder::kForeignNamespace;
     }
-    if (!folder.canChoose()) {
-      pending.push_back(std::move(folder));
-      continue;
-    }
-    insertFolder(root, store.rootName, folder, pending, last);
+    pending.push_back(std::move(waiting));
+  }
+  LastInserted last;
+  for (Waiting& waiting : pending) {
+    if (waiting.placed || !waiting.folder.canChoose()) continue;
+    insertFolder(root, store.rootName, waiting, pending, last);
   }
   return root;
 }
 
-TreeItem RuleMoveToDialog::insertFolder(TreeItem root,
-                                        const std::wstring &rootName,
-                                        const RuleFolder &folder,
-                                        std::list<RuleFolder> &pending,
-                                        LastInserted &last) {
+TreeItem RuleMoveToDialog::insertFolder(TreeItem root, const std::wstring& rootName, Waiting& waiting,
+                                        std::vector<Waiting>& pending, LastInserted& last) {
+  const RuleFolder& folder = waiting.folder;
+  waiting.placed = true;
   TreeItem parent = root;
   const std::size_t slash = folder.path.rfind(L'/');
   if (slash != std::wstring::npos) {
@@ -111,16 +104,11 @@ TreeItem RuleMoveToDialog::insertFolder(TreeItem root,
         parent = findFolder(parentPath);
       }
       if (parent == kNoTreeItem) {
-        const auto waiting = std::find_if(pending.begin(), pending.end(),
-                                          [&](const RuleFolder &candidate) {
-                                            return candidate.path == parentPath;
-                                          });
-        if (waiting == pending.end())
-          ZEL_HERE.raise(E_UNEXPECTED,
-                         "Parent folder doesn't exist in the tree.");
-        const RuleFolder parentFolder = *waiting;
-        pending.erase(waiting);
-        parent = insertFolder(root, rootName, parentFolder, pending, last);
+        const auto found = std::find_if(pending.begin(), pending.end(), [&](const Waiting& candidate) {
+          return !candidate.placed && candidate.folder.path == parentPath;
+        });
+        if (found == pending.end()) ZEL_HERE.raise(E_UNEXPECTED, "Parent folder doesn't exist in the tree.");
+        parent = insertFolder(root, rootName, *found, pending, last);
       }
     }
   }
@@ -128,21 +116,18 @@ TreeItem RuleMoveToDialog::insertFolder(TreeItem root,
   TreeItemSpec spec;
   spec.text = details::lastComponent(folder.displayPath);
   spec.image = kFolderImage;
-  if (!folder.canChoose())
-    spec.overlay = kNotChosenOverlay;
+  if (!folder.canChoose()) spec.overlay = kNotChosenOverlay;
   const TreeItem item = view().treeInsert(kTree, parent, spec);
-  if (item == kNoTreeItem)
-    ZEL_HERE.raise(E_FAIL, "Failed to insert a folder into the tree.");
+  if (item == kNoTreeItem) ZEL_HERE.raise(E_FAIL, "Failed to insert a folder into the tree.");
   folders_[item] = folder;
   last.item = item;
   last.path = folder.path;
   return item;
 }
 
-TreeItem RuleMoveToDialog::findFolder(const std::wstring &path) const {
-  for (const auto &[item, folder] : folders_) {
-    if (folder.path == path)
-      return item;
+TreeItem RuleMoveToDialog::findFolder(const std::wstring& path) const {
+  for (const auto& [item, folder] : folders_) {
+    if (folder.path == path) return item;
   }
   return kNoTreeItem;
 }
@@ -164,15 +149,14 @@ void RuleMoveToDialog::revealSelection(TreeItem item) {
 }
 
 void RuleMoveToDialog::updateOk() {
-  const RuleFolder *folder = folderOf(view().treeSelection(kTree));
+  const RuleFolder* folder = folderOf(view().treeSelection(kTree));
   view().enable(kIdOk, folder && folder->canChoose());
 }
 
 void RuleMoveToDialog::onOk() {
   const TreeItem item = view().treeSelection(kTree);
-  if (item == kNoTreeItem)
-    return;
-  const RuleFolder *folder = folderOf(item);
+  if (item == kNoTreeItem) return;
+  const RuleFolder* folder = folderOf(item);
   if (!folder || !folder->canChoose()) {
     revealSelection(item);
     return;
@@ -188,11 +172,9 @@ void RuleMoveToDialog::onCommand(ControlId id, int notification) {
   }
 }
 
-bool RuleMoveToDialog::onNotify(ControlId id,
-                                const Notification &notification) {
-  if (id == kTree && notification.code == notify::treeSelChanged)
-    updateOk();
+bool RuleMoveToDialog::onNotify(ControlId id, const Notification& notification) {
+  if (id == kTree && notification.code == notify::treeSelChanged) updateOk();
   return false;
 }
 
-} // namespace zelvo::ui
+}  // namespace zelvo::ui

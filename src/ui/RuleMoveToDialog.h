@@ -3,9 +3,9 @@
 // back the path that the server understands.
 #pragma once
 
-#include <list>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "base/ComRef.h"
 #include "store/StoreInterfaces.h"
@@ -15,7 +15,7 @@
 namespace zelvo::ui {
 
 class RuleMoveToDialog : public SieveEditDialogImpl<RuleMoveToDialog, 5023> {
-public:
+ public:
   static constexpr ControlId kTree = 10016;
   static constexpr ControlId kRefresh = 14001;
   // The images of the tree: a closed folder, the account's own store, a store
@@ -31,20 +31,19 @@ public:
 
   // config is the store whose account the tree shows; path is the folder path
   // the dialog opens on, and the chosen one after OK.
-  RuleMoveToDialog(DialogView &view, MessageStoreSession &session,
-                   IGlobalConfig *config, std::wstring &path);
+  RuleMoveToDialog(DialogView& view, MessageStoreSession& session, IGlobalConfig* config, std::wstring& path);
 
   // The folder record of a tree item; null for a store's root item and an
   // unknown item.
-  const RuleFolder *folderOf(TreeItem item) const;
+  const RuleFolder* folderOf(TreeItem item) const;
 
-protected:
+ protected:
   void onInitDialog() override;
   void onOk() override;
   void onCommand(ControlId id, int notification) override;
-  bool onNotify(ControlId id, const Notification &notification) override;
+  bool onNotify(ControlId id, const Notification& notification) override;
 
-private:
+ private:
   // Where the last folder went: its parent is usually the folder just before
   // it.
   struct LastInserted {
@@ -52,22 +51,28 @@ private:
     std::wstring path;
   };
 
+  // A folder of the list on its way into the tree.
+  struct Waiting {
+    RuleFolder folder;
+    bool placed = false;
+  };
+
   void refreshFolderTree();
   // Inserts the store's root and its folders; the root item, or kNoTreeItem
   // when the tree refused it.
-  TreeItem createMsgStoreTree(const details::MsgStore &store);
-  TreeItem insertFolder(TreeItem root, const std::wstring &rootName,
-                        const RuleFolder &folder,
-                        std::list<RuleFolder> &pending, LastInserted &last);
-  TreeItem findFolder(const std::wstring &path) const;
+  TreeItem createMsgStoreTree(const details::MsgStore& store);
+  // Inserts the folder, its missing parents first; raises when a parent is not in the list.
+  TreeItem insertFolder(TreeItem root, const std::wstring& rootName, Waiting& waiting, std::vector<Waiting>& pending,
+                        LastInserted& last);
+  TreeItem findFolder(const std::wstring& path) const;
   void selectPresentFolder();
   void revealSelection(TreeItem item);
   void updateOk();
 
-  MessageStoreSession &session_;
+  MessageStoreSession& session_;
   ComRef<IGlobalConfig> config_;
-  std::wstring &path_;
+  std::wstring& path_;
   std::map<TreeItem, RuleFolder> folders_;
 };
 
-} // namespace zelvo::ui
+}  // namespace zelvo::ui

@@ -10,11 +10,10 @@
 
 namespace zelvo::ui {
 
-RuleFolder RuleFolder::fromEntry(const FolderListEntry &entry) {
+RuleFolder RuleFolder::fromEntry(const FolderListEntry& entry) {
   RuleFolder folder;
   folder.flags = (entry.flags & 0x2u) ? 0u : kNotChosenMask;
-  if (!(entry.flags & 0x1u))
-    folder.flags |= kNoSelect;
+  if (!(entry.flags & 0x1u)) folder.flags |= kNoSelect;
   folder.displayPath = entry.displayPath ? entry.displayPath : L"";
   folder.path = entry.path ? entry.path : L"";
   return folder;
@@ -22,15 +21,13 @@ RuleFolder RuleFolder::fromEntry(const FolderListEntry &entry) {
 
 namespace details {
 
-bool MsgStore::initialize(const MessageStoreSession::Store &store,
-                          const GUID &mailbox) {
+bool MsgStore::initialize(const MessageStoreSession::Store& store, const GUID& mailbox) {
   ComRef<IGlobalConfig> config;
   ::details::getConfigForObject(store.object.get(), config.put());
 
   GUID service{};
   ZEL_CHECK(config->getServiceUid(&service));
-  if (std::memcmp(&service, &mailbox, sizeof service) != 0)
-    return false;
+  if (std::memcmp(&service, &mailbox, sizeof service) != 0) return false;
 
   const MapiAlloc allocators = config::storeAllocators(config.get());
   ULONG count = 0;
@@ -41,13 +38,12 @@ bool MsgStore::initialize(const MessageStoreSession::Store &store,
   folders.clear();
   if (entries) {
     folders.reserve(count);
-    for (ULONG i = 0; i < count; ++i)
-      folders.push_back(RuleFolder::fromEntry(entries.get()[i]));
+    for (ULONG i = 0; i < count; ++i) folders.push_back(RuleFolder::fromEntry(entries.get()[i]));
   }
   rootName = root.text();
   storeName = store.name;
   return true;
 }
 
-} // namespace details
-} // namespace zelvo::ui
+}  // namespace details
+}  // namespace zelvo::ui

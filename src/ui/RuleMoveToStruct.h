@@ -24,14 +24,13 @@ struct RuleFolder {
   // The path was put below the store's root name: a folder of another
   // namespace.
   static constexpr std::uint32_t kForeignNamespace = 0x1000000;
-  static constexpr std::uint32_t kBlockingBits =
-      kNotChosenMask | kHidden | kNoSelect;
+  static constexpr std::uint32_t kBlockingBits = kNotChosenMask | kHidden | kNoSelect;
 
   std::uint32_t flags = 0;
   std::wstring displayPath;
   std::wstring path;
 
-  static RuleFolder fromEntry(const FolderListEntry &entry);
+  static RuleFolder fromEntry(const FolderListEntry& entry);
   bool canChoose() const { return (flags & kBlockingBits) == 0; }
 };
 
@@ -39,7 +38,7 @@ struct RuleFolder {
 // offered must be one of the product's, so that it hands out its configuration
 // object; name is the store's display name in the client.
 class MessageStoreSession {
-public:
+ public:
   struct Store {
     ComRef<IMAPIProp> object;
     std::wstring name;
@@ -61,8 +60,8 @@ struct MsgStore {
   // Reads the store's folder list. False, with nothing read, when the store
   // belongs to another account than mailbox. Every store call that fails is
   // raised.
-  bool initialize(const MessageStoreSession::Store &store, const GUID &mailbox);
+  bool initialize(const MessageStoreSession::Store& store, const GUID& mailbox);
 };
 
-} // namespace details
-} // namespace zelvo::ui
+}  // namespace details
+}  // namespace zelvo::ui

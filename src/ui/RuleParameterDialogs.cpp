@@ -1,7 +1,6 @@
 #include "ui/RuleParameterDialogs.h"
 
 #include <algorithm>
-
 #include <boost/algorithm/string/trim.hpp>
 #include <boost/tokenizer.hpp>
 
@@ -16,30 +15,24 @@ namespace details {
 // MB_DEFBUTTON2: the question about a value already in the list defaults to No.
 constexpr UINT kSecondButtonDefault = 0x00000100;
 
-std::wstring trimmed(const std::wstring &text) {
-  return boost::algorithm::trim_copy(text);
-}
+std::wstring trimmed(const std::wstring& text) { return boost::algorithm::trim_copy(text); }
 
 // The condition's label with the way it compares in the range of its marks. A
 // label of values and comparison holds two ranges, the values' first; the
 // comparison takes the last, and the marks of the other are dropped. With no
 // range the label is appended.
-std::wstring conditionText(const Sieve::SieveTest &test) {
+std::wstring conditionText(const Sieve::SieveTest& test) {
   std::wstring label = Sieve::conditionLabel(Sieve::conditionIdOfTest(&test));
   const std::wstring compared = Sieve::matchLabel(test.matchType, test.negated);
   const std::size_t open = label.rfind(L'[');
-  const std::size_t close =
-      open == std::wstring::npos ? std::wstring::npos : label.find(L']', open);
+  const std::size_t close = open == std::wstring::npos ? std::wstring::npos : label.find(L']', open);
   if (close == std::wstring::npos) {
-    if (!label.empty())
-      label += L' ';
+    if (!label.empty()) label += L' ';
     return label + compared;
   }
   label.replace(open, close - open + 1, compared);
   const std::size_t valuesOpen = label.rfind(L'[', open);
-  const std::size_t valuesClose = valuesOpen == std::wstring::npos
-                                      ? std::wstring::npos
-                                      : label.find(L']', valuesOpen);
+  const std::size_t valuesClose = valuesOpen == std::wstring::npos ? std::wstring::npos : label.find(L']', valuesOpen);
   if (valuesClose != std::wstring::npos && valuesClose < open) {
     label.erase(valuesClose, 1);
     label.erase(valuesOpen, 1);
@@ -48,18 +41,14 @@ std::wstring conditionText(const Sieve::SieveTest &test) {
 }
 
 // The combo rows of the condition dialog: each match type plain, then negated.
-int conditionRow(Sieve::MatchType type, bool negated) {
-  return static_cast<int>(type) * 2 + (negated ? 1 : 0);
-}
+int conditionRow(Sieve::MatchType type, bool negated) { return static_cast<int>(type) * 2 + (negated ? 1 : 0); }
 
-} // namespace details
+}  // namespace details
 
 // --- values of a test
 // ----------------------------------------------------------------------
 
-RuleValueListDialog::RuleValueListDialog(DialogView &view,
-                                         Sieve::SieveTest &test,
-                                         DialogHost &host, HWND parent)
+RuleValueListDialog::RuleValueListDialog(DialogView& view, Sieve::SieveTest& test, DialogHost& host, HWND parent)
     : DialogLogic(view), test_(test), host_(host), parent_(parent) {}
 
 void RuleValueListDialog::onInitDialog() {
@@ -73,15 +62,12 @@ void RuleValueListDialog::onInitDialog() {
 void RuleValueListDialog::showValues(int select) {
   view().setRedraw(kList, false);
   view().listBoxClear(kList);
-  for (const std::wstring &value : values_)
-    view().listBoxAdd(kList, value);
+  for (const std::wstring& value : values_) view().listBoxAdd(kList, value);
   view().listBoxSelect(kList, select);
   view().setRedraw(kList, true);
 }
 
-void RuleValueListDialog::showCondition() {
-  view().setText(kConditionLabel, details::conditionText(test_));
-}
+void RuleValueListDialog::showCondition() { view().setText(kConditionLabel, details::conditionText(test_)); }
 
 void RuleValueListDialog::updateControls() {
   if (!view().getText(kEdit).empty()) {
@@ -95,7 +81,7 @@ void RuleValueListDialog::updateControls() {
   view().enable(kIdOk, !values_.empty());
 }
 
-void RuleValueListDialog::addValue(const std::wstring &text) {
+void RuleValueListDialog::addValue(const std::wstring& text) {
   const std::wstring value = details::trimmed(text);
   view().setText(kEdit, std::wstring());
   if (value.empty()) {
@@ -103,10 +89,9 @@ void RuleValueListDialog::addValue(const std::wstring &text) {
     return;
   }
   if (std::find(values_.begin(), values_.end(), value) != values_.end()) {
-    const int answer = view().messageBox(
-        Localization::getString(IDS_VALUE_ALREADY_LISTED),
-        Localization::getString(IDS_MESSAGE_TITLE),
-        mb::yesNo | mb::iconQuestion | details::kSecondButtonDefault);
+    const int answer =
+        view().messageBox(Localization::getString(IDS_VALUE_ALREADY_LISTED), Localization::getString(IDS_MESSAGE_TITLE),
+                          mb::yesNo | mb::iconQuestion | details::kSecondButtonDefault);
     if (answer != kIdYes) {
       view().setFocus(kEdit);
       return;
@@ -114,16 +99,13 @@ void RuleValueListDialog::addValue(const std::wstring &text) {
   }
   // Behind any equal ones, so that the row of the new value is the one
   // selected.
-  const auto at = values_.insert(
-      std::upper_bound(values_.begin(), values_.end(), value), value);
+  const auto at = values_.insert(std::upper_bound(values_.begin(), values_.end(), value), value);
   showValues(size_cast<int>(at - values_.begin()));
 }
 
 void RuleValueListDialog::removeValue() {
   const int selected = view().listBoxSelection(kList);
-  if (selected == kNoItem ||
-      static_cast<std::size_t>(selected) >= values_.size())
-    return;
+  if (selected == kNoItem || static_cast<std::size_t>(selected) >= values_.size()) return;
   values_.erase(values_.begin() + selected);
   if (values_.empty()) {
     view().listBoxClear(kList);
@@ -136,16 +118,14 @@ void RuleValueListDialog::removeValue() {
 void RuleValueListDialog::editCondition() {
   Sieve::MatchType type = test_.matchType;
   bool negated = test_.negated;
-  if (RuleConditionDialog::run(host_, parent_, type, negated) != kIdOk)
-    return;
+  if (RuleConditionDialog::run(host_, parent_, type, negated) != kIdOk) return;
   test_.matchType = type;
   test_.negated = negated;
   showCondition();
 }
 
 void RuleValueListDialog::onOk() {
-  if (values_.empty())
-    return; // OK is disabled then
+  if (values_.empty()) return;  // OK is disabled then
   Sieve::StringListPtr fresh(Sieve::makeStringList(values_));
   Sieve::deleteStringList(test_.values);
   test_.values = fresh.release();
@@ -154,32 +134,29 @@ void RuleValueListDialog::onOk() {
 
 void RuleValueListDialog::onCommand(ControlId id, int notification) {
   switch (id) {
-  case kEdit:
-    if (notification == notify::editChange)
-      updateControls();
-    break;
-  case kList:
-    if (notification == notify::listSelChange)
-      updateControls();
-    break;
-  case kAdd:
-    if (notification == notify::buttonClicked) {
-      addValue(view().getText(kEdit));
-      updateControls();
-    }
-    break;
-  case kRemove:
-    if (notification == notify::buttonClicked) {
-      removeValue();
-      updateControls();
-    }
-    break;
-  case kCondition:
-    if (notification == notify::buttonClicked)
-      editCondition();
-    break;
-  default:
-    break;
+    case kEdit:
+      if (notification == notify::editChange) updateControls();
+      break;
+    case kList:
+      if (notification == notify::listSelChange) updateControls();
+      break;
+    case kAdd:
+      if (notification == notify::buttonClicked) {
+        addValue(view().getText(kEdit));
+        updateControls();
+      }
+      break;
+    case kRemove:
+      if (notification == notify::buttonClicked) {
+        removeValue();
+        updateControls();
+      }
+      break;
+    case kCondition:
+      if (notification == notify::buttonClicked) editCondition();
+      break;
+    default:
+      break;
   }
 }
 
@@ -193,19 +170,15 @@ void RulePeopleDialog::onCommand(ControlId id, int notification) {
     RuleValueListDialog::onCommand(id, notification);
     return;
   }
-  if (notification != notify::buttonClicked || !picker_)
-    return;
+  if (notification != notify::buttonClicked || !picker_) return;
   std::wstring chosen;
-  if (!picker_->pick(kRuleAddressBookKind, chosen))
-    return;
+  if (!picker_->pick(kRuleAddressBookKind, chosen)) return;
   // The address book hands several addresses as one text.
   const boost::char_separator<wchar_t> separators(L";,");
-  for (const std::wstring &address :
-       boost::tokenizer<boost::char_separator<wchar_t>,
-                        std::wstring::const_iterator, std::wstring>(
-           chosen, separators)) {
-    if (!details::trimmed(address).empty())
-      addValue(address);
+  for (const std::wstring& address :
+       boost::tokenizer<boost::char_separator<wchar_t>, std::wstring::const_iterator, std::wstring>(chosen,
+                                                                                                    separators)) {
+    if (!details::trimmed(address).empty()) addValue(address);
   }
   updateControls();
 }
@@ -234,14 +207,11 @@ void RuleAddressDialog::onInitDialog() {
   updateControls();
 }
 
-void RuleAddressDialog::updateControls() {
-  view().enable(kIdOk, !view().getText(kEdit).empty());
-}
+void RuleAddressDialog::updateControls() { view().enable(kIdOk, !view().getText(kEdit).empty()); }
 
 void RuleAddressDialog::onOk() {
   const std::wstring text = view().getText(kEdit);
-  if (text.empty())
-    return; // OK is disabled then
+  if (text.empty()) return;  // OK is disabled then
   address_ = details::trimmed(text);
   view().endDialog(kIdOk);
 }
@@ -249,11 +219,9 @@ void RuleAddressDialog::onOk() {
 void RuleAddressDialog::onCommand(ControlId id, int notification) {
   if (id == kEdit && notification == notify::editChange) {
     updateControls();
-  } else if (id == kAddressBook && notification == notify::buttonClicked &&
-             picker_) {
+  } else if (id == kAddressBook && notification == notify::buttonClicked && picker_) {
     std::wstring chosen;
-    if (!picker_->pick(kRuleAddressBookKind, chosen))
-      return;
+    if (!picker_->pick(kRuleAddressBookKind, chosen)) return;
     view().setText(kEdit, chosen);
     updateControls();
   }
@@ -262,8 +230,7 @@ void RuleAddressDialog::onCommand(ControlId id, int notification) {
 // --- size
 // ----------------------------------------------------------------------------------
 
-std::pair<std::uint32_t, int>
-RuleHasSizeDialog::displayedSize(std::uint32_t bytes) {
+std::pair<std::uint32_t, int> RuleHasSizeDialog::displayedSize(std::uint32_t bytes) {
   int unit = 0;
   while (unit < 2 && bytes > 10240) {
     bytes >>= 10;
@@ -280,8 +247,7 @@ void RuleHasSizeDialog::onInitDialog() {
   view().comboSelect(kMode, mode == 0 || mode == 1 ? mode : kNoItem);
 
   view().comboClear(kUnit);
-  for (unsigned id : {IDS_SIZE_UNIT_BYTES, IDS_SIZE_UNIT_KILOBYTES,
-                      IDS_SIZE_UNIT_MEGABYTES}) {
+  for (unsigned id : {IDS_SIZE_UNIT_BYTES, IDS_SIZE_UNIT_KILOBYTES, IDS_SIZE_UNIT_MEGABYTES}) {
     view().comboAdd(kUnit, Localization::getString(id), 0);
   }
   const auto [number, unit] = displayedSize(bytes_);
@@ -302,8 +268,7 @@ void RuleHasSizeDialog::onOk() {
   std::uint64_t number = 0;
   while (digits < text.size() && text[digits] >= L'0' && text[digits] <= L'9') {
     number = number * 10 + static_cast<unsigned>(text[digits] - L'0');
-    if (number > 0xFFFFFFFFu)
-      break;
+    if (number > 0xFFFFFFFFu) break;
     ++digits;
   }
   if (digits == 0 || digits != text.size()) {
@@ -313,8 +278,7 @@ void RuleHasSizeDialog::onOk() {
     return;
   }
   int unit = view().comboSelection(kUnit);
-  if (unit < 0 || unit > 2)
-    unit = 0;
+  if (unit < 0 || unit > 2) unit = 0;
   if (unit == 2 && number > kMaxMegabytes) {
     view().beep(Beep::Default);
     number = kMaxMegabytes;
@@ -334,9 +298,7 @@ void RuleHasSizeDialog::onOk() {
 // --- all or any
 // ----------------------------------------------------------------------------
 
-void RuleMatchDialog::onInitDialog() {
-  view().checkRadio(kAllOf, kAnyOf, allOf_ ? kAllOf : kAnyOf);
-}
+void RuleMatchDialog::onInitDialog() { view().checkRadio(kAllOf, kAnyOf, allOf_ ? kAllOf : kAnyOf); }
 
 void RuleMatchDialog::onOk() {
   allOf_ = view().isChecked(kAllOf);
@@ -348,23 +310,19 @@ void RuleMatchDialog::onOk() {
 
 void RuleConditionDialog::onInitDialog() {
   view().comboClear(kCombo);
-  for (const auto &[type, row] : Sieve::matchTable()) {
+  for (const auto& [type, row] : Sieve::matchTable()) {
     view().comboAdd(kCombo, row.plain, 0);
     view().comboAdd(kCombo, row.negated, 0);
   }
   const int present = details::conditionRow(type_, negated_);
-  view().comboSelect(kCombo, present < view().comboCount(kCombo) && present >= 0
-                                 ? present
-                                 : kNoItem);
+  view().comboSelect(kCombo, present < view().comboCount(kCombo) && present >= 0 ? present : kNoItem);
   showExplanation();
 }
 
 void RuleConditionDialog::showExplanation() {
   const int row = view().comboSelection(kCombo);
   view().setText(kExplanation,
-                 row == kNoItem ? std::wstring()
-                                : Sieve::matchExplanation(
-                                      static_cast<Sieve::MatchType>(row / 2)));
+                 row == kNoItem ? std::wstring() : Sieve::matchExplanation(static_cast<Sieve::MatchType>(row / 2)));
 }
 
 void RuleConditionDialog::onOk() {
@@ -379,8 +337,7 @@ void RuleConditionDialog::onOk() {
 }
 
 void RuleConditionDialog::onCommand(ControlId id, int notification) {
-  if (id == kCombo && notification == notify::comboSelChange)
-    showExplanation();
+  if (id == kCombo && notification == notify::comboSelChange) showExplanation();
 }
 
-} // namespace zelvo::ui
+}  // namespace zelvo::ui

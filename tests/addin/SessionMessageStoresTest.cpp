@@ -20,7 +20,7 @@ using OutlookStandIn::StandIn;
 
 // Two accounts with a foreign store between them; the first account has a
 // public store.
-const char *const kProfile =
+const char* const kProfile =
     "version 16.0.5095.1000\n"
     "store private name=\"Work\" "
     "service={0A000000-0000-0000-0000-000000000001} "
@@ -34,25 +34,22 @@ const char *const kProfile =
     "service={0A000000-0000-0000-0000-000000000002} "
     "key={0B000000-0000-0000-0000-000000000003}\n";
 
-ReferenceStore::MailboxFolder folder(const std::wstring &path) {
+ReferenceStore::MailboxFolder folder(const std::wstring& path) {
   ReferenceStore::MailboxFolder f;
   f.path = f.displayPath = path;
   f.flags = 3;
   return f;
 }
 
-void setFolders(ReferenceStore::Store &store, const std::wstring &rootName,
-                const std::vector<std::wstring> &paths) {
+void setFolders(ReferenceStore::Store& store, const std::wstring& rootName, const std::vector<std::wstring>& paths) {
   ReferenceStore::Mailbox mailbox = store.mailbox();
   mailbox.rootName = rootName;
   mailbox.folders.clear();
-  for (const std::wstring &path : paths)
-    mailbox.folders.push_back(folder(path));
+  for (const std::wstring& path : paths) mailbox.folders.push_back(folder(path));
   store.setMailbox(mailbox);
 }
 
-TEST(SessionMessageStores,
-     OffersTheProductsStoresInTableOrderWithTheirOwnConfigs) {
+TEST(SessionMessageStores, OffersTheProductsStoresInTableOrderWithTheirOwnConfigs) {
   StandIn host(OutlookStandIn::parseProfile(kProfile));
   SessionMessageStores walk(host.nameSpace().get());
   const auto stores = walk.messageStores();
@@ -63,8 +60,7 @@ TEST(SessionMessageStores,
     EXPECT_EQ(stores[i].name, names[i]);
     ComRef<IGlobalConfig> config;
     ::details::getConfigForObject(stores[i].object.get(), config.put());
-    EXPECT_EQ(config.get(), host.store(profileIndex[i]).globalConfig().get())
-        << i;
+    EXPECT_EQ(config.get(), host.store(profileIndex[i]).globalConfig().get()) << i;
   }
   EXPECT_EQ(host.liveTables(), 0u);
 }
@@ -81,19 +77,17 @@ TEST(SessionMessageStores, ThePickerShowsTheFoldersOfTheAccountsStoresOnly) {
   zelvo::ui::RuleMoveToDialog dialog(view, walk, config.get(), path);
   view.attach(dialog);
   dialog.initDialog();
-  ASSERT_TRUE(view.failures().empty())
-      << zelvo::testing::utf8(view.failures()[0].text);
+  ASSERT_TRUE(view.failures().empty()) << zelvo::testing::utf8(view.failures()[0].text);
 
   constexpr auto kTree = zelvo::ui::RuleMoveToDialog::kTree;
-  const auto &top = view.tree(kTree).top;
+  const auto& top = view.tree(kTree).top;
   ASSERT_EQ(top.size(), 2u);
   EXPECT_EQ(view.treeText(kTree, top[0]), L"Work");
   EXPECT_EQ(view.treeText(kTree, top[1]), L"Public Folders - Work");
-  const zelvo::ui::RuleFolder *selected =
-      dialog.folderOf(view.treeSelection(kTree));
+  const zelvo::ui::RuleFolder* selected = dialog.folderOf(view.treeSelection(kTree));
   ASSERT_NE(selected, nullptr);
   EXPECT_EQ(selected->path, L"#public/News");
   EXPECT_EQ(view.treeParent(kTree, view.treeSelection(kTree)), top[1]);
 }
 
-} // namespace
+}  // namespace
