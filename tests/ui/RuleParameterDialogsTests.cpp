@@ -24,7 +24,6 @@ using zelvo::ui::RuleAddressDialog;
 using zelvo::ui::RuleConditionDialog;
 using zelvo::ui::RuleContainsDialog;
 using zelvo::ui::RuleHasSizeDialog;
-using zelvo::ui::RuleMatchDialog;
 using zelvo::ui::RuleMessageDialog;
 using zelvo::ui::RulePeopleDialog;
 namespace notify = zelvo::ui::notify;
@@ -259,20 +258,6 @@ TEST(RuleContainsDialog, TheConditionDialogChangesTheTestAtOnceEvenWhenTheListIs
   EXPECT_TRUE(s.test->negated);
 }
 
-TEST(RuleContainsDialog, ACancelledConditionDialogChangesNothing) {
-  ValueList s;
-  s.open();
-  s.host.script(RuleConditionDialog::kTemplateId, [](RecordingDialogView& v, zelvo::ui::DialogLogic& logic) {
-    v.userSelectCombo(RuleConditionDialog::kCombo, 5);
-    click(logic, kIdCancel);
-  });
-  const std::wstring label = s.view.getText(D::kConditionLabel);
-  click(*s.dialog, D::kCondition);
-  EXPECT_EQ(s.test->matchType, Sieve::MatchType::Contains);
-  EXPECT_FALSE(s.test->negated);
-  EXPECT_EQ(s.view.getText(D::kConditionLabel), label);
-}
-
 TEST(RulePeopleDialog, TheAddressBookAddsEachChosenAddressThroughAdd) {
   RecordingDialogView view;
   RecordingDialogHost host;
@@ -294,16 +279,6 @@ TEST(RulePeopleDialog, TheAddressBookAddsEachChosenAddressThroughAdd) {
   picker.answer = false;
   click(dialog, RulePeopleDialog::kAddressBook);
   EXPECT_EQ(view.items(RulePeopleDialog::kList).size(), 3u);
-}
-
-TEST(RulePeopleDialog, WithoutAnAddressBookItsButtonIsDisabled) {
-  RecordingDialogView view;
-  RecordingDialogHost host;
-  Sieve::TestPtr test(Sieve::createTestForCondition(Sieve::ConditionFrom));
-  RulePeopleDialog dialog(view, *test, host, nullptr, nullptr);
-  dialog.initDialog();
-  EXPECT_FALSE(view.isEnabled(RulePeopleDialog::kAddressBook));
-  EXPECT_FALSE(view.isEnabled(kIdOk)) << "a test without values offers no OK";
 }
 
 // --- size
@@ -400,7 +375,7 @@ TEST(RuleHasSizeDialog, AHundredKilobytesStoredOpensAsAHundredKilobytes) {
   EXPECT_EQ(second.comboSelection(RuleHasSizeDialog::kUnit), 1);
 }
 
-// --- match type, all or any, texts
+// --- match type and texts
 // ---------------------------------------------------------
 
 TEST(RuleConditionDialog, OffersEachMatchTypePlainThenNegatedWithItsExplanation) {
@@ -424,21 +399,6 @@ TEST(RuleConditionDialog, OffersEachMatchTypePlainThenNegatedWithItsExplanation)
     click(dialog, kIdOk);
     EXPECT_EQ(type, static_cast<Sieve::MatchType>(other / 2));
     EXPECT_EQ(negated, other % 2 != 0);
-  }
-}
-
-TEST(RuleMatchDialog, OpensOnTheKindAndGivesBackWhetherAllIsChosen) {
-  for (const bool allOf : {true, false}) {
-    RecordingDialogView view;
-    bool value = allOf;
-    RuleMatchDialog dialog(view, value);
-    dialog.initDialog();
-    EXPECT_EQ(view.isChecked(RuleMatchDialog::kAllOf), allOf);
-    EXPECT_EQ(view.isChecked(RuleMatchDialog::kAnyOf), !allOf);
-    view.checkRadio(RuleMatchDialog::kAllOf, RuleMatchDialog::kAnyOf,
-                    allOf ? RuleMatchDialog::kAnyOf : RuleMatchDialog::kAllOf);
-    click(dialog, kIdOk);
-    EXPECT_EQ(value, !allOf);
   }
 }
 
