@@ -9,6 +9,7 @@ namespace AddIn {
 namespace Utils {
 
 namespace details {
+namespace {
 
 constexpr ULONG kStoreRowsBatch = 50;
 
@@ -21,6 +22,7 @@ bool hasTag(const SRow& row, ULONG index, ULONG tag) {
   return row.lpProps && row.cValues > index && row.lpProps[index].ulPropTag == tag;
 }
 
+}  // namespace
 }  // namespace details
 
 std::vector<zelvo::ui::MessageStoreSession::Store> SessionMessageStores::messageStores() {

@@ -9,6 +9,7 @@
 namespace zelvo::ui {
 
 namespace details {
+namespace {
 
 bool isConditionLink(Sieve::LinkKind kind) {
   switch (kind) {
@@ -42,6 +43,7 @@ Sieve::RuleKind ruleKindOfLink(Sieve::LinkKind kind) {
   }
 }
 
+}  // namespace
 }  // namespace details
 
 ParameterDialogs::ParameterDialogs(DialogHost& host, AddressBookPicker* picker, MessageStoreSession* stores,

@@ -8,6 +8,7 @@
 namespace zelvo::ui {
 
 namespace details {
+namespace {
 
 // Turns drawing of a control back on however the work in between ends.
 class RedrawOff {
@@ -27,6 +28,7 @@ std::wstring lastComponent(const std::wstring& path) {
   return slash == std::wstring::npos ? path : path.substr(slash + 1);
 }
 
+}  // namespace
 }  // namespace details
 
 RuleMoveToDialog::RuleMoveToDialog(DialogView& view, MessageStoreSession& session, IGlobalConfig* config,

@@ -11,6 +11,7 @@
 namespace zelvo::ui {
 
 namespace details {
+namespace {
 
 // MB_DEFBUTTON2: the question about a value already in the list defaults to No.
 constexpr UINT kSecondButtonDefault = 0x00000100;
@@ -43,6 +44,7 @@ std::wstring conditionText(const Sieve::SieveTest& test) {
 // The combo rows of the condition dialog: each match type plain, then negated.
 int conditionRow(Sieve::MatchType type, bool negated) { return static_cast<int>(type) * 2 + (negated ? 1 : 0); }
 
+}  // namespace
 }  // namespace details
 
 // --- values of a test
