@@ -41,8 +41,7 @@ std::vector<zelvo::ui::MessageStoreSession::Store> SessionMessageStores::message
     if (rows.count() == 0) return stores;
     for (ULONG i = 0; i < rows.count(); ++i) {
       const SRow& row = rows[i];
-      // A row without a provider name or an entry id is no store the product
-      // knows.
+      // A row without a provider name or an entry id is no store the product knows.
       if (!details::hasTag(row, 0, PR_PROVIDER_DISPLAY_W) || !details::hasTag(row, 1, PR_ENTRYID)) continue;
       const wchar_t* provider = row.lpProps[0].Value.lpszW;
       if (!provider || storeKindOfProvider(provider, std::wcslen(provider)) == kStoreForeign) continue;

@@ -1,6 +1,6 @@
-// The message stores of the host's session as the folder picker of the rules
-// walks them: the product's stores, each opened with its display name. Foreign
-// stores have no folder list of the server and are left out.
+// The message stores of the host's session as the folder picker of the rules walks them: the
+// product's stores, each opened with its display name. Foreign stores have no folder list of the
+// server and are left out.
 #pragma once
 
 #include <vector>
@@ -14,8 +14,8 @@ namespace Utils {
 
 class SessionMessageStores : public zelvo::ui::MessageStoreSession {
  public:
-  // The session is taken from the namespace at each walk, so that the object
-  // can be made before the host is asked for anything.
+  // The session is taken from the namespace at each walk, so that the object can be made before the
+  // host is asked for anything.
   explicit SessionMessageStores(IDispatch* nameSpace) : nameSpace_(nameSpace) {}
 
   // Raises what the session, its store table and opening a store raise.

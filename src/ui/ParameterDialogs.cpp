@@ -100,8 +100,8 @@ bool ParameterDialogs::editValues(Sieve::LinkKind kind, Sieve::SieveTest& test, 
   const std::vector<std::wstring> values = Sieve::stringListToVector(test.values);
   const Sieve::MatchType type = test.matchType;
   const bool negated = test.negated;
-  // The comparison may change through the nested condition dialog even when the
-  // values' dialog is cancelled, so both are compared whatever it ended with.
+  // The comparison may change through the nested condition dialog even when the values' dialog is
+  // cancelled, so both are compared whatever it ended with.
   if (address) {
     RulePeopleDialog::run(host_, parent, test, host_, parent, picker_);
   } else {

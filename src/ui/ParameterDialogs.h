@@ -1,6 +1,6 @@
-// Opens the parameter dialog that a link of a rule's description stands for, on
-// the node's present values, and writes them back on OK. The rule dialogs'
-// description control reaches the dialogs through this one class.
+// Opens the parameter dialog that a link of a rule's description stands for, on the node's present
+// values, and writes them back on OK. The rule dialogs' description control reaches the dialogs
+// through this one class.
 #pragma once
 
 #include "base/ComRef.h"
@@ -15,14 +15,13 @@ namespace zelvo::ui {
 
 class ParameterDialogs {
  public:
-  // picker may be null (no address book buttons); stores and config serve the
-  // folder picker, which cannot open without them. All must outlive this
-  // object.
+  // picker may be null (no address book buttons); stores and config serve the folder picker, which
+  // cannot open without them. All must outlive this object.
   ParameterDialogs(DialogHost& host, AddressBookPicker* picker, MessageStoreSession* stores, IGlobalConfig* config);
 
-  // Opens the dialog of kind over parent: on test for the kinds of a condition,
-  // on rule for those of an action. True when the node was changed; a node of
-  // the wrong kind, a missing node or Cancel leave it as it is and give false.
+  // Opens the dialog of kind over parent: on test for the kinds of a condition, on rule for those
+  // of an action. True when the node was changed; a node of the wrong kind, a missing node or
+  // Cancel leave it as it is and give false.
   bool edit(Sieve::LinkKind kind, Sieve::SieveTest* test, Sieve::SieveRule* rule, HWND parent);
 
  private:

@@ -69,9 +69,9 @@ TreeItem RuleMoveToDialog::createMsgStoreTree(const details::MsgStore& store) {
   const TreeItem root = view().treeInsert(kTree, kTreeRoot, rootSpec);
   if (root == kNoTreeItem) return kNoTreeItem;
 
-  // Every folder waits here until it is in the tree. One that can be chosen goes in at its
-  // place in the list, or earlier as the parent of one before it; one that cannot be
-  // chosen only ever as a parent. A parent may stand anywhere in the list.
+  // Every folder waits here until it is in the tree. One that can be chosen goes in at its place in
+  // the list, or earlier as the parent of one before it; one that cannot be chosen only ever as a
+  // parent. A parent may stand anywhere in the list.
   std::vector<Waiting> pending;
   pending.reserve(store.folders.size());
   for (const RuleFolder& listed : store.folders) {

@@ -1,6 +1,6 @@
-// The folder picker of a fileinto: the server folders of every message store of
-// the mailbox account, as their store service lists them, in one tree. It gives
-// back the path that the server understands.
+// The folder picker of a fileinto: the server folders of every message store of the mailbox
+// account, as their store service lists them, in one tree. It gives back the path that the server
+// understands.
 #pragma once
 
 #include <map>
@@ -18,8 +18,8 @@ class RuleMoveToDialog : public SieveEditDialogImpl<RuleMoveToDialog, 5023> {
  public:
   static constexpr ControlId kTree = 10016;
   static constexpr ControlId kRefresh = 14001;
-  // The images of the tree: a closed folder, the account's own store, a store
-  // of another namespace, and the overlay on folders that cannot be chosen.
+  // The images of the tree: a closed folder, the account's own store, a store of another namespace,
+  // and the overlay on folders that cannot be chosen.
   static constexpr int kFolderIcon = 261;
   static constexpr int kMailboxIcon = 262;
   static constexpr int kNamespaceIcon = 263;
@@ -29,12 +29,11 @@ class RuleMoveToDialog : public SieveEditDialogImpl<RuleMoveToDialog, 5023> {
   static constexpr int kNamespaceImage = 2;
   static constexpr int kNotChosenOverlay = 3;
 
-  // config is the store whose account the tree shows; path is the folder path
-  // the dialog opens on, and the chosen one after OK.
+  // config is the store whose account the tree shows; path is the folder path the dialog opens on,
+  // and the chosen one after OK.
   RuleMoveToDialog(DialogView& view, MessageStoreSession& session, IGlobalConfig* config, std::wstring& path);
 
-  // The folder record of a tree item; null for a store's root item and an
-  // unknown item.
+  // The folder record of a tree item; null for a store's root item and an unknown item.
   const RuleFolder* folderOf(TreeItem item) const;
 
  protected:
@@ -44,8 +43,7 @@ class RuleMoveToDialog : public SieveEditDialogImpl<RuleMoveToDialog, 5023> {
   bool onNotify(ControlId id, const Notification& notification) override;
 
  private:
-  // Where the last folder went: its parent is usually the folder just before
-  // it.
+  // Where the last folder went: its parent is usually the folder just before it.
   struct LastInserted {
     TreeItem item = kNoTreeItem;
     std::wstring path;
@@ -58,8 +56,8 @@ class RuleMoveToDialog : public SieveEditDialogImpl<RuleMoveToDialog, 5023> {
   };
 
   void refreshFolderTree();
-  // Inserts the store's root and its folders; the root item, or kNoTreeItem
-  // when the tree refused it.
+  // Inserts the store's root and its folders; the root item, or kNoTreeItem when the tree refused
+  // it.
   TreeItem createMsgStoreTree(const details::MsgStore& store);
   // Inserts the folder, its missing parents first; raises when a parent is not in the list.
   TreeItem insertFolder(TreeItem root, const std::wstring& rootName, Waiting& waiting, std::vector<Waiting>& pending,

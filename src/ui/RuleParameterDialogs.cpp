@@ -18,10 +18,9 @@ constexpr UINT kSecondButtonDefault = 0x00000100;
 
 std::wstring trimmed(const std::wstring& text) { return boost::algorithm::trim_copy(text); }
 
-// The condition's label with the way it compares in the range of its marks. A
-// label of values and comparison holds two ranges, the values' first; the
-// comparison takes the last, and the marks of the other are dropped. With no
-// range the label is appended.
+// The condition's label with the way it compares in the range of its marks. A label of values and
+// comparison holds two ranges, the values' first; the comparison takes the last, and the marks of
+// the other are dropped. With no range the label is appended.
 std::wstring conditionText(const Sieve::SieveTest& test) {
   std::wstring label = Sieve::conditionLabel(Sieve::conditionIdOfTest(&test));
   const std::wstring compared = Sieve::matchLabel(test.matchType, test.negated);
@@ -47,8 +46,7 @@ int conditionRow(Sieve::MatchType type, bool negated) { return static_cast<int>(
 }  // namespace
 }  // namespace details
 
-// --- values of a test
-// ----------------------------------------------------------------------
+// --- values of a test ----------------------------------------------------------------------------
 
 RuleValueListDialog::RuleValueListDialog(DialogView& view, Sieve::SieveTest& test, DialogHost& host, HWND parent)
     : DialogLogic(view), test_(test), host_(host), parent_(parent) {}
@@ -99,8 +97,7 @@ void RuleValueListDialog::addValue(const std::wstring& text) {
       return;
     }
   }
-  // Behind any equal ones, so that the row of the new value is the one
-  // selected.
+  // Behind any equal ones, so that the row of the new value is the one selected.
   const auto at = values_.insert(std::upper_bound(values_.begin(), values_.end(), value), value);
   showValues(size_cast<int>(at - values_.begin()));
 }
@@ -185,12 +182,10 @@ void RulePeopleDialog::onCommand(ControlId id, int notification) {
   updateControls();
 }
 
-// --- one text
-// ------------------------------------------------------------------------------
+// --- one text ------------------------------------------------------------------------------------
 
 void RuleMessageDialog::onInitDialog() {
-  // A long text wants room: the field grows with the window, the buttons keep
-  // to its corner.
+  // A long text wants room: the field grows with the window, the buttons keep to its corner.
   view().enableResizing(0, 0);
   view().setAnchor(kEdit, anchor::all);
   view().setAnchor(kIdOk, anchor::right | anchor::bottom);
@@ -229,8 +224,7 @@ void RuleAddressDialog::onCommand(ControlId id, int notification) {
   }
 }
 
-// --- size
-// ----------------------------------------------------------------------------------
+// --- size ----------------------------------------------------------------------------------------
 
 std::pair<std::uint32_t, int> RuleHasSizeDialog::displayedSize(std::uint32_t bytes) {
   int unit = 0;
@@ -297,8 +291,7 @@ void RuleHasSizeDialog::onOk() {
   view().endDialog(kIdOk);
 }
 
-// --- all or any
-// ----------------------------------------------------------------------------
+// --- all or any ----------------------------------------------------------------------------------
 
 void RuleMatchDialog::onInitDialog() { view().checkRadio(kAllOf, kAnyOf, allOf_ ? kAllOf : kAnyOf); }
 
@@ -307,8 +300,7 @@ void RuleMatchDialog::onOk() {
   view().endDialog(kIdOk);
 }
 
-// --- match type
-// ----------------------------------------------------------------------------
+// --- match type ----------------------------------------------------------------------------------
 
 void RuleConditionDialog::onInitDialog() {
   view().comboClear(kCombo);

@@ -1,7 +1,6 @@
-// The small modal dialogs behind the links of a rule's description: each edits
-// one value of one node, and only OK changes anything. A dialog gets the node
-// or values copied from it; the caller compares and decides whether the
-// description must be rebuilt.
+// The small modal dialogs behind the links of a rule's description: each edits one value of one
+// node, and only OK changes anything. A dialog gets the node or values copied from it; the caller
+// compares and decides whether the description must be rebuilt.
 #pragma once
 
 #include <cstdint>
@@ -17,15 +16,15 @@
 
 namespace zelvo::ui {
 
-// The base of every parameter dialog: T is the concrete class, TemplateId its
-// dialog template, and Base the logic it shares with its siblings.
+// The base of every parameter dialog: T is the concrete class, TemplateId its dialog template, and
+// Base the logic it shares with its siblings.
 template <class T, int TemplateId, class Base = DialogLogic>
 class SieveEditDialogImpl : public Base {
  public:
   static constexpr int kTemplateId = TemplateId;
 
-  // Shows T modally over parent, built on the host's view with args (kept by
-  // reference while it runs); the result is what it ended with, kIdOk for OK.
+  // Shows T modally over parent, built on the host's view with args (kept by reference while it
+  // runs); the result is what it ended with, kIdOk for OK.
   template <class... Args>
   static int run(DialogHost& host, HWND parent, Args&&... args) {
     return host.runModal(kTemplateId, parent, [&](DialogView& view) -> std::unique_ptr<DialogLogic> {
@@ -40,10 +39,9 @@ class SieveEditDialogImpl : public Base {
 // The kind of address book dialog that picks the addresses of a rule.
 constexpr unsigned kRuleAddressBookKind = 3;
 
-// A sorted list of strings edited through an edit field, with the way the test
-// compares them shown beside it: the values of a header or an address test. The
-// test's match type and negation change through the condition dialog at once;
-// the values only on OK.
+// A sorted list of strings edited through an edit field, with the way the test compares them shown
+// beside it: the values of a header or an address test. The test's match type and negation change
+// through the condition dialog at once; the values only on OK.
 class RuleValueListDialog : public DialogLogic {
  public:
   static constexpr ControlId kEdit = 10014;
@@ -64,8 +62,7 @@ class RuleValueListDialog : public DialogLogic {
   void onOk() override;
   void onCommand(ControlId id, int notification) override;
 
-  // Adds text as the add button does: trimmed, and after a question when it is
-  // in the list already.
+  // Adds text as the add button does: trimmed, and after a question when it is in the list already.
   void addValue(const std::wstring& text);
   void updateControls();
 
@@ -105,8 +102,7 @@ class RulePeopleDialog : public SieveEditDialogImpl<RulePeopleDialog, 5019, Rule
   AddressBookPicker* picker_;
 };
 
-// A free text: a reject, a notify message, a vacation reason. Any text goes,
-// the empty one too.
+// A free text: a reject, a notify message, a vacation reason. Any text goes, the empty one too.
 class RuleMessageDialog : public SieveEditDialogImpl<RuleMessageDialog, 5017> {
  public:
   static constexpr ControlId kEdit = 10041;
@@ -155,9 +151,8 @@ class RuleHasSizeDialog : public SieveEditDialogImpl<RuleHasSizeDialog, 5020> {
   RuleHasSizeDialog(DialogView& view, Sieve::SizeMode& mode, std::uint32_t& bytes)
       : SieveEditDialogImpl(view), mode_(mode), bytes_(bytes) {}
 
-  // The number and unit index (0 B, 1 kB, 2 MB) that a limit opens with:
-  // shifted right by ten bits at most twice, while it is above 10240, as the
-  // description words it.
+  // The number and unit index (0 B, 1 kB, 2 MB) that a limit opens with: shifted right by ten bits
+  // at most twice, while it is above 10240, as the description words it.
   static std::pair<std::uint32_t, int> displayedSize(std::uint32_t bytes);
 
  protected:
@@ -185,8 +180,7 @@ class RuleMatchDialog : public SieveEditDialogImpl<RuleMatchDialog, 5022> {
   bool& allOf_;
 };
 
-// How a condition compares: the match type, plain or negated, with its
-// explanation.
+// How a condition compares: the match type, plain or negated, with its explanation.
 class RuleConditionDialog : public SieveEditDialogImpl<RuleConditionDialog, 5025> {
  public:
   static constexpr ControlId kCombo = 10018;

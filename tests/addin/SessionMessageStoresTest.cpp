@@ -1,6 +1,5 @@
-// The session's stores as the folder picker of the rules walks them, against
-// the host stand-in: which stores are offered, with which names, and the picker
-// over them.
+// The session's stores as the folder picker of the rules walks them, against the host stand-in:
+// which stores are offered, with which names, and the picker over them.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -18,8 +17,7 @@ namespace {
 using AddIn::Utils::SessionMessageStores;
 using OutlookStandIn::StandIn;
 
-// Two accounts with a foreign store between them; the first account has a
-// public store.
+// Two accounts with a foreign store between them; the first account has a public store.
 const char* const kProfile =
     "version 16.0.5095.1000\n"
     "store private name=\"Work\" "

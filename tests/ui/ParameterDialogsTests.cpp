@@ -1,6 +1,6 @@
-// What a click on a description link does to the rule: the dialog of the link's
-// kind opens on the node's present values, OK with a change writes them back
-// and reports a change, and anything else leaves the node alone.
+// What a click on a description link does to the rule: the dialog of the link's kind opens on the
+// node's present values, OK with a change writes them back and reports a change, and anything else
+// leaves the node alone.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -59,8 +59,7 @@ class ParameterDialogsTest : public ::testing::Test {
   ComRef<IGlobalConfig> config = stores.config();
   ParameterDialogs dialogs{host, nullptr, &stores, config.get()};
 
-  // The next dialog of templateId: check sees it as it opened, then OK or
-  // Cancel.
+  // The next dialog of templateId: check sees it as it opened, then OK or Cancel.
   void expect(int templateId, std::function<void(RecordingDialogView&)> act, ui::ControlId end = ui::kIdOk) {
     host.script(templateId, [act, end](RecordingDialogView& view, DialogLogic& logic) {
       act(view);

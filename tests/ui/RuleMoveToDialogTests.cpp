@@ -1,6 +1,5 @@
-// The folder picker of a fileinto over reference stores: which stores and
-// folders the tree shows, in which shape, which can be chosen, and the path OK
-// gives back.
+// The folder picker of a fileinto over reference stores: which stores and folders the tree shows,
+// in which shape, which can be chosen, and the path OK gives back.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -87,9 +86,8 @@ class RuleMoveToTest : public ::testing::Test {
     dialog->initDialog();
   }
 
-  // The tree as text: one line per item, indented by depth, "-" marking a
-  // folder that cannot be chosen, "+" an expanded item, and the path of each
-  // folder.
+  // The tree as text: one line per item, indented by depth, "-" marking a folder that cannot be
+  // chosen, "+" an expanded item, and the path of each folder.
   std::vector<std::wstring> shape() const {
     std::vector<std::wstring> lines;
     walk(view.tree(kTree).top, L"", lines);

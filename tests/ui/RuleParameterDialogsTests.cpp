@@ -1,6 +1,5 @@
-// The parameter dialogs of a rule's description, played through the recording
-// view: what the user sees while editing, and what OK and Cancel leave in the
-// node.
+// The parameter dialogs of a rule's description, played through the recording view: what the user
+// sees while editing, and what OK and Cancel leave in the node.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -47,8 +46,7 @@ struct FakePicker : zelvo::ui::AddressBookPicker {
   }
 };
 
-// A header test on the subject, as the condition table makes it, with these
-// values.
+// A header test on the subject, as the condition table makes it, with these values.
 Sieve::TestPtr subjectTest(const Strings& values) {
   Sieve::TestPtr test(Sieve::createTestForCondition(Sieve::ConditionSubject));
   test->values = Sieve::makeStringList(values);
@@ -57,8 +55,7 @@ Sieve::TestPtr subjectTest(const Strings& values) {
 
 void click(zelvo::ui::DialogLogic& dialog, zelvo::ui::ControlId id) { dialog.command(id, notify::buttonClicked); }
 
-// --- the list of values
-// --------------------------------------------------------------------
+// --- the list of values --------------------------------------------------------------------------
 
 using D = RuleContainsDialog;
 
@@ -281,8 +278,7 @@ TEST(RulePeopleDialog, TheAddressBookAddsEachChosenAddressThroughAdd) {
   EXPECT_EQ(view.items(RulePeopleDialog::kList).size(), 3u);
 }
 
-// --- size
-// ----------------------------------------------------------------------------------
+// --- size ----------------------------------------------------------------------------------------
 
 TEST(RuleHasSizeDialog, OpensInTheLargestUnitTheDescriptionWouldUse) {
   struct Case {
@@ -375,8 +371,7 @@ TEST(RuleHasSizeDialog, AHundredKilobytesStoredOpensAsAHundredKilobytes) {
   EXPECT_EQ(second.comboSelection(RuleHasSizeDialog::kUnit), 1);
 }
 
-// --- match type and texts
-// ---------------------------------------------------------
+// --- match type and texts ------------------------------------------------------------------------
 
 TEST(RuleConditionDialog, OffersEachMatchTypePlainThenNegatedWithItsExplanation) {
   for (int row = 0; row < 6; ++row) {
