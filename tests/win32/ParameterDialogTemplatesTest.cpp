@@ -1,9 +1,7 @@
 // The templates of the rule parameter dialogs, opened by the modal base with their real
 // logic: every control the logic addresses is there and of the kind it expects, and what
 // the logic puts into the controls on opening arrives in them.
-#include <commctrl.h>
 #include <gtest/gtest.h>
-#include <windows.h>
 
 #include <cwctype>
 #include <functional>
