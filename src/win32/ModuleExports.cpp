@@ -1,9 +1,11 @@
 // The module's entry points: what the host and regsvr32 call.
 #include "addin/AddInModule.h"
+#include "addin/GUI.h"
 #include "addin/UserInterface.h"
 #include "base/ComBoundary.h"
 #include "win32/ClassFactory.h"
 #include "win32/ModuleRegistration.h"
+#include "win32/TickBoxMessageBox.h"
 
 namespace {
 
@@ -16,6 +18,11 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
   if (reason == DLL_PROCESS_ATTACH) {
     DisableThreadLibraryCalls(instance);
     zelvo::addin::AddInModule::instance().setModuleHandle(instance);
+    // Icons and documents come from this module, not from the host's program, and the
+    // optional messages get their real tick box.
+    zelvo::addin::GUI::setResourceModule(instance);
+    static zelvo::win32::TickBoxMessageBox messageBoxes;
+    zelvo::addin::GUI::setMessageBoxDisplay(&messageBoxes);
   }
   return TRUE;
 }
