@@ -5,6 +5,7 @@
 #include "base/ComBoundary.h"
 #include "win32/ClassFactory.h"
 #include "win32/ModuleRegistration.h"
+#include "win32/ModuleSetup.h"
 #include "win32/TickBoxMessageBox.h"
 
 namespace {
@@ -32,6 +33,7 @@ extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID classId, REFIID rii
     if (!object) return E_POINTER;
     *object = nullptr;
     if (!IsEqualCLSID(classId, kUserInterfaceClassId)) return CLASS_E_CLASSNOTAVAILABLE;
+    zelvo::win32::installModuleSetup();
     const auto factory = zelvo::win32::ClassFactory::create(&zelvo::addin::createUserInterface);
     return factory->QueryInterface(riid, object);
   });

@@ -1,12 +1,16 @@
 #include "testing/outlook/player/ScenarioPlayer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <iomanip>
 #include <map>
+#include <mutex>
+#include <optional>
 #include <ostream>
 #include <regex>
 #include <sstream>
+#include <thread>
 #include <vector>
 
 #include "addin/HostInterfaces.h"
@@ -14,7 +18,10 @@
 #include "base/Bstr.h"
 #include "base/HResultException.h"
 #include "base/LateBinding.h"
+#include "base/RegistryUtils.h"
+#include "config/RegistryConfig.h"
 #include "platform/Utf8.h"
+#include "store/reference/ReferenceStore.h"
 #include "testing/outlook/Actions.h"
 
 namespace OutlookStandIn {
@@ -107,8 +114,107 @@ double milliseconds(std::chrono::steady_clock::time_point from, std::chrono::ste
 
 }  // namespace details
 
+// Plays the user at the message boxes the add-in shows: on a thread of its own, it finds
+// each box of this process, ticks the tick box when told to, and presses a button.
+class MessageBoxAnswerer {
+ public:
+  struct Answer {
+    bool tick = false;
+    bool yes = false;
+  };
+  struct Seen {
+    bool expected = false;
+    bool ticked = false;
+  };
+
+  MessageBoxAnswerer() : thread_([this] { run(); }) {}
+  ~MessageBoxAnswerer() {
+    stop_ = true;
+    thread_.join();
+  }
+  void arm(Answer answer) {
+    std::lock_guard<std::mutex> guard(mutex_);
+    armed_ = answer;
+  }
+  std::vector<Seen> seen() {
+    std::lock_guard<std::mutex> guard(mutex_);
+    return seen_;
+  }
+
+ private:
+  static constexpr int kTickBoxId = 0x5A01;
+
+  static BOOL CALLBACK findBox(HWND window, LPARAM found) {
+    DWORD process = 0;
+    GetWindowThreadProcessId(window, &process);
+    wchar_t className[16] = {};
+    GetClassNameW(window, className, 16);
+    if (process != GetCurrentProcessId() || wcscmp(className, L"#32770") != 0) return TRUE;
+    *reinterpret_cast<HWND*>(found) = window;
+    return FALSE;
+  }
+
+  void run() {
+    while (!stop_) {
+      HWND box = nullptr;
+      EnumWindows(findBox, reinterpret_cast<LPARAM>(&box));
+      if (box) answer(box);
+      Sleep(10);
+    }
+  }
+
+  static void press(HWND box, int first, int second) {
+    HWND button = GetDlgItem(box, first);
+    if (!button) button = GetDlgItem(box, second);
+    if (button) {
+      SendMessageW(button, BM_CLICK, 0, 0);
+    } else {
+      PostMessageW(box, WM_COMMAND, IDCANCEL, 0);
+    }
+  }
+
+  void answer(HWND box) {
+    std::optional<Answer> answer;
+    {
+      std::lock_guard<std::mutex> guard(mutex_);
+      answer.swap(armed_);
+    }
+    // A sent message is answered once the box runs its loop; by then the tick box is in.
+    SendMessageW(box, WM_NULL, 0, 0);
+    Seen seen{answer.has_value(), false};
+    if (answer && answer->tick) {
+      HWND tickBox = nullptr;
+      for (int i = 0; i < 200 && !(tickBox = GetDlgItem(box, kTickBoxId)); ++i) Sleep(10);
+      if (tickBox) {
+        SendMessageW(tickBox, BM_CLICK, 0, 0);
+        seen.ticked = SendMessageW(tickBox, BM_GETCHECK, 0, 0) == BST_CHECKED;
+      }
+    }
+    // Counted before the press: the add-in's call returns as soon as the box is gone.
+    {
+      std::lock_guard<std::mutex> guard(mutex_);
+      seen_.push_back(seen);
+    }
+    if (answer && answer->yes) {
+      press(box, IDYES, IDOK);
+    } else {
+      press(box, IDNO, IDCANCEL);
+    }
+    for (int i = 0; i < 500 && IsWindow(box); ++i) Sleep(10);
+  }
+
+  std::mutex mutex_;
+  std::optional<Answer> armed_;
+  std::vector<Seen> seen_;
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
 ScenarioPlayer::ScenarioPlayer(std::unique_ptr<StandIn> host, std::string scenarioFolder, std::ostream& out)
-    : host_(std::move(host)), scenarioFolder_(std::move(scenarioFolder)), out_(out) {}
+    : host_(std::move(host)),
+      scenarioFolder_(std::move(scenarioFolder)),
+      out_(out),
+      boxes_(std::make_unique<MessageBoxAnswerer>()) {}
 
 ScenarioPlayer::~ScenarioPlayer() = default;
 
@@ -122,6 +228,9 @@ void ScenarioPlayer::play(const std::string& scenario) {
     if (first == std::string::npos || line[first] == '#') continue;
     step(line.substr(first), number);
   }
+  // A box nobody expected fails the scenario, though the user closed it.
+  for (const auto& box : boxes_->seen())
+    if (!box.expected) fail(number, "a message box came that the scenario didn't expect");
 }
 
 void ScenarioPlayer::step(const std::string& line, unsigned number) {
@@ -173,6 +282,16 @@ void ScenarioPlayer::step(const std::string& line, unsigned number) {
     timeStartup(scenarioFolder_ + "/" + argument(1), std::stoi(argument(2)));
   } else if (verb == "time-call") {
     timeCall(std::stoi(argument(1)), details::wide(argument(2)), details::wide(argument(3)), argument(4));
+  } else if (verb == "answer-box") {
+    boxes_->arm({argument(1) == "tick", argument(2) == "yes"});
+  } else if (verb == "set-confirm-option") {
+    // A fresh prefix has no product key yet; the installer would have made it.
+    const auto& registry = zelvo::config::RegistryConfig::instance();
+    RegistryUtils::ScopedKey key;
+    if (RegCreateKeyExW(registry.root(zelvo::config::ConfigRoot::CurrentUser), registry.productKey().c_str(), 0,
+                        nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, key.out(), nullptr) != ERROR_SUCCESS)
+      details::refuse(number, "the product key can't be made");
+    zelvo::config::setConfirmMarkAsSpam(argument(1) == "true", registry);
   } else if (verb == "expect") {
     std::string rest;
     for (size_t i = 2; i < w.size(); ++i) rest += (i > 2 ? " " : "") + w[i];
@@ -239,8 +358,48 @@ void ScenarioPlayer::expect(const std::string& what, const std::string& value, u
     const auto count = std::count(calls.begin(), calls.end(), details::wide(parts[0]));
     if (count != std::stol(parts[1]))
       fail(number, parts[0] + " called " + std::to_string(count) + " times, expected " + parts[1]);
+  } else if (what == "boxes") {
+    const auto seen = boxes_->seen();
+    if (seen.size() != std::stoul(value))
+      fail(number, std::to_string(seen.size()) + " message boxes, expected " + value);
+    for (const auto& box : seen)
+      if (!box.expected) fail(number, "a message box came that the scenario didn't expect");
+  } else if (what == "confirm-option") {
+    const bool confirm = zelvo::config::getConfirmMarkAsSpam();
+    if ((confirm ? "true" : "false") != value)
+      fail(number, "the option to confirm is " + std::string(confirm ? "true" : "false"));
+  } else if (what == "junk-marks") {
+    const auto parts = details::words(value);
+    if (parts.size() != 2) details::refuse(number, "expect junk-marks STORE N");
+    const size_t count = host_->store(std::stoul(parts[0])).activity().junkMarks.size();
+    if (count != std::stoul(parts[1]))
+      fail(number, "store " + parts[0] + " received " + std::to_string(count) + " junk marks, expected " + parts[1]);
+  } else if (what == "junk-mark") {
+    expectJunkMark(details::words(value), number);
   } else {
     details::refuse(number, "unknown expectation '" + what + "'");
+  }
+}
+
+void ScenarioPlayer::expectJunkMark(const std::vector<std::string>& parts, unsigned number) {
+  if (parts.size() < 3) details::refuse(number, "expect junk-mark STORE INDEX junk|good ENTRYID...");
+  const auto& marks = host_->store(std::stoul(parts[0])).activity().junkMarks;
+  const size_t index = std::stoul(parts[1]);
+  if (index >= marks.size()) return fail(number, "no junk mark " + parts[1]);
+  const auto& mark = marks[index];
+  if (mark.junk != (parts[2] == "junk")) fail(number, "junk mark " + parts[1] + " is the other way round");
+  std::vector<std::string> wanted(parts.begin() + 3, parts.end());
+  std::vector<std::string> got;
+  static const char digits[] = "0123456789ABCDEF";
+  for (const auto& id : mark.entryIds) {
+    std::string text;
+    for (unsigned char b : id) text += {digits[b >> 4], digits[b & 15]};
+    got.push_back(text);
+  }
+  if (got != wanted) {
+    std::string shown;
+    for (const auto& id : got) shown += " " + id;
+    fail(number, "junk mark " + parts[1] + " handed over" + shown);
   }
 }
 

@@ -21,6 +21,13 @@
 //   expect xml 15000|15001|15002|none        the last document, against the module's bytes
 //   expect value true|false|empty|string:ID  the last callback's answer
 //   expect calls OBJECT.MEMBER N   how often the host was called so
+//   answer-box tick|plain yes|no   how the user answers the next message box (an unexpected
+//                                  box is answered no, and counts as a failure)
+//   expect boxes N                 how many boxes the user has answered
+//   set-confirm-option true|false  the local option that asks before marking as spam
+//   expect confirm-option true|false
+//   expect junk-marks STORE N      how many markAsJunk calls store STORE received
+//   expect junk-mark STORE INDEX junk|good ENTRYID...   what the call INDEX (from 0) handed over
 //   anything else                  a host action (Actions.h), played by the stand-in
 #pragma once
 
@@ -34,6 +41,8 @@
 #include "testing/outlook/StandIn.h"
 
 namespace OutlookStandIn {
+
+class MessageBoxAnswerer;
 
 class ScenarioPlayer {
  public:
@@ -56,6 +65,7 @@ class ScenarioPlayer {
   void fail(unsigned number, const std::string& message);
   void timeStartup(const std::string& profile, int runs);
   void timeCall(int runs, const std::wstring& name, const std::wstring& control, const std::string& window);
+  void expectJunkMark(const std::vector<std::string>& words, unsigned number);
 
   std::unique_ptr<StandIn> host_;
   std::string scenarioFolder_;
@@ -66,6 +76,7 @@ class ScenarioPlayer {
   std::wstring xml_;
   Variant value_;
   int failures_ = 0;
+  std::unique_ptr<MessageBoxAnswerer> boxes_;
 };
 
 }  // namespace OutlookStandIn
