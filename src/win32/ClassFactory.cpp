@@ -10,6 +10,12 @@ ComRef<IClassFactory> ClassFactory::create(CreateObjectFunction createObject) {
   return ComRef<IClassFactory>::adopt(new ClassFactory(createObject));
 }
 
+ClassFactory::ClassFactory(CreateObjectFunction createObject) : createObject_(createObject) {
+  addin::AddInModule::instance().lock();
+}
+
+ClassFactory::~ClassFactory() { addin::AddInModule::instance().unlock(); }
+
 HRESULT ClassFactory::CreateInstance(IUnknown* outer, REFIID riid, void** object) {
   return comBoundary([&]() -> HRESULT {
     if (!object) return E_POINTER;

@@ -1,5 +1,6 @@
 // The module's class factory: one per request of DllGetClassObject, creating its objects
-// through a creation function and holding the module while the host locks the server.
+// through a creation function. It holds the module while it lives and while the host
+// locks the server, so that a factory never outlives the code behind it.
 #pragma once
 
 #include "base/ComRef.h"
@@ -22,7 +23,8 @@ class ClassFactory : public iui_::IUnknownImpl<IClassFactory> {
   HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override;
 
  private:
-  explicit ClassFactory(CreateObjectFunction createObject) : createObject_(createObject) {}
+  explicit ClassFactory(CreateObjectFunction createObject);
+  ~ClassFactory() override;
 
   CreateObjectFunction createObject_;
 };

@@ -11,6 +11,7 @@
 #include "platform/Utf8.h"
 #include "strings/Localization.h"
 #include "testing/TestEnvironment.h"
+#include "win32/ModuleRegistration.h"
 
 using zelvo::testing::utf8;
 
@@ -113,6 +114,78 @@ TEST_F(Module, ThemingManifestsAndVersionArePresent) {
   UINT fixedSize = 0;
   ASSERT_TRUE(VerQueryValueW(block.data(), L"\\", reinterpret_cast<void**>(&fixed), &fixedSize));
   EXPECT_EQ(static_cast<DWORD>(VFT_DLL), fixed->dwFileType);
+}
+
+// The class factory and the unload rule, through the module's exports as COM calls them.
+class ModuleExports : public ::testing::Test {
+ protected:
+  using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
+  using CanUnloadNow = HRESULT(STDAPICALLTYPE*)();
+
+  void SetUp() override {
+    code_ = LoadLibraryW(modulePath());
+    ASSERT_TRUE(code_);
+    getClassObject_ =
+        reinterpret_cast<GetClassObject>(reinterpret_cast<void*>(GetProcAddress(code_, "DllGetClassObject")));
+    canUnloadNow_ = reinterpret_cast<CanUnloadNow>(reinterpret_cast<void*>(GetProcAddress(code_, "DllCanUnloadNow")));
+    ASSERT_TRUE(getClassObject_ && canUnloadNow_);
+    ASSERT_EQ(S_OK, CLSIDFromString(zelvo::addin::kAddInClassId, &classId_));
+  }
+  void TearDown() override { FreeLibrary(code_); }
+
+  HMODULE code_ = nullptr;
+  GetClassObject getClassObject_ = nullptr;
+  CanUnloadNow canUnloadNow_ = nullptr;
+  CLSID classId_{};
+};
+
+TEST_F(ModuleExports, FactoryMakesTheAddInAndEachHoldsTheModule) {
+  ComRef<IUnknown> other;
+  EXPECT_EQ(CLASS_E_CLASSNOTAVAILABLE, getClassObject_(IID_IDispatch, IID_IClassFactory, other.putVoid()));
+  EXPECT_FALSE(other);
+  EXPECT_EQ(E_POINTER, getClassObject_(classId_, IID_IClassFactory, nullptr));
+  EXPECT_EQ(S_OK, canUnloadNow_());
+
+  ComRef<IClassFactory> factory;
+  ASSERT_EQ(S_OK, getClassObject_(classId_, IID_IClassFactory, factory.putVoid()));
+  EXPECT_EQ(S_FALSE, canUnloadNow_()) << "a factory holds the module";
+
+  ComRef<IDispatch> addIn;
+  EXPECT_EQ(CLASS_E_NOAGGREGATION, factory->CreateInstance(factory.get(), IID_IDispatch, addIn.putVoid()));
+  EXPECT_FALSE(addIn);
+  ASSERT_EQ(S_OK, factory->CreateInstance(nullptr, IID_IDispatch, addIn.putVoid()));
+  ASSERT_TRUE(addIn);
+  factory.reset();
+  EXPECT_EQ(S_FALSE, canUnloadNow_()) << "the add-in object holds the module";
+  addIn.reset();
+  EXPECT_EQ(S_OK, canUnloadNow_());
+
+  ASSERT_EQ(S_OK, getClassObject_(classId_, IID_IClassFactory, factory.putVoid()));
+  ASSERT_EQ(S_OK, factory->LockServer(TRUE));
+  factory.reset();
+  EXPECT_EQ(S_FALSE, canUnloadNow_()) << "locked by the host";
+  ASSERT_EQ(S_OK, getClassObject_(classId_, IID_IClassFactory, factory.putVoid()));
+  ASSERT_EQ(S_OK, factory->LockServer(FALSE));
+  factory.reset();
+  EXPECT_EQ(S_OK, canUnloadNow_());
+}
+
+// Registration runs in the system's locale and gives the caller's back, even on failure.
+TEST(SystemThreadLocale, HoldsForTheBodyAndIsRestoredAfterIt) {
+  const LCID before = GetThreadLocale();
+  const LCID german = MAKELCID(MAKELANGID(LANG_GERMAN, SUBLANG_GERMAN), SORT_DEFAULT);
+  ASSERT_TRUE(SetThreadLocale(german));
+  LCID inside = 0;
+  EXPECT_EQ(42, zelvo::win32::withSystemThreadLocale([&] {
+              inside = GetThreadLocale();
+              return 42;
+            }));
+  EXPECT_EQ(GetSystemDefaultLCID(), inside);
+  EXPECT_EQ(german, GetThreadLocale());
+  EXPECT_THROW(zelvo::win32::withSystemThreadLocale([]() -> int { throw std::runtime_error("failed"); }),
+               std::runtime_error);
+  EXPECT_EQ(german, GetThreadLocale());
+  SetThreadLocale(before);
 }
 
 // The type library, loaded from the module as a host or a tool loads it.
