@@ -149,6 +149,7 @@ TEST_P(RegistrarBadScript, ReportsTheFirstErrorWithItsLine) {
   EXPECT_TRUE(result.script.roots.empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Scripts, RegistrarBadScript, ::testing::ValuesIn(kBadScripts));
+INSTANTIATE_TEST_SUITE_P(Scripts, RegistrarBadScript, ::testing::ValuesIn(kBadScripts),
+                         [](const auto& info) { return "Script" + std::to_string(info.index); });
 
 }  // namespace
