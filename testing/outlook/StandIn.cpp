@@ -32,6 +32,7 @@ const IID IID_ExplorerEvents_10 = {0x0006300F, 0x0000, 0x0000, {0xC0, 0x00, 0x00
 const IID IID_InspectorEvents_10 = {0x0006302A, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_ExplorersEvents = {0x00063078, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_InspectorsEvents = {0x00063079, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_NameSpaceEvents = {0x0006308C, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_SyncObjectEvents = {0x00063085, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_IRibbonUI = {0x000C03A7, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_IRibbonControl = {0x000C0395, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
@@ -180,6 +181,7 @@ struct HostState {
   std::shared_ptr<EventSinks> applicationEvents11 = std::make_shared<EventSinks>(IID_ApplicationEvents_11);
   std::shared_ptr<EventSinks> explorersEvents = std::make_shared<EventSinks>(IID_ExplorersEvents);
   std::shared_ptr<EventSinks> inspectorsEvents = std::make_shared<EventSinks>(IID_InspectorsEvents);
+  std::shared_ptr<EventSinks> nameSpaceEvents = std::make_shared<EventSinks>(IID_NameSpaceEvents);
   std::vector<std::shared_ptr<SyncState>> syncObjects;
   std::shared_ptr<AddInState> addIn = std::make_shared<AddInState>();
   std::shared_ptr<PagesState> lastDialog;
@@ -1469,9 +1471,11 @@ class Application final : public EventSource<Application> {
   static const zelvo::DispatchTable<Application>& dispatchTable();
 };
 
-class NameSpace final : public HostObject<NameSpace> {
+class NameSpace final : public EventSource<NameSpace> {
  public:
-  explicit NameSpace(std::shared_ptr<HostState> state) : HostObject(std::move(state)) {}
+  explicit NameSpace(std::shared_ptr<HostState> state) : EventSource(std::move(state)) {}
+  static const wchar_t* objectName() { return L"NameSpace"; }
+  std::vector<std::shared_ptr<EventSinks>> eventSinks() const { return {state_->nameSpaceEvents}; }
   static const zelvo::DispatchTable<NameSpace>& dispatchTable() {
     static const zelvo::DispatchTable<NameSpace> table({
         {L"MAPIOBJECT", 0xF061, DISPATCH_PROPERTYGET, 0,
@@ -1617,7 +1621,7 @@ StandIn::~StandIn() {
     windows->clear();
   }
   for (const auto& events : {state_->applicationEvents, state_->applicationEvents11, state_->explorersEvents,
-                             state_->inspectorsEvents})
+                             state_->inspectorsEvents, state_->nameSpaceEvents})
     events->sinks.clear();
   for (const auto& sync : state_->syncObjects) sync->events->sinks.clear();
   // So may what the add-in handed the host.

@@ -9,7 +9,7 @@
 // "Object.Member", and any of them can be told to fail once with a chosen code by its
 // member name.
 //
-// Application, Explorers, Inspectors and each Explorer and Inspector fire their events
+// Application, NameSpace, Explorers, Inspectors and each Explorer and Inspector fire their events
 // through connection points to the IDispatch sinks advised there; a run of host actions
 // read from a file (Actions.h) moves the windows and fires what the host fires.
 //
@@ -54,6 +54,7 @@ extern const IID IID_ExplorerEvents_10;
 extern const IID IID_InspectorEvents_10;
 extern const IID IID_ExplorersEvents;
 extern const IID IID_InspectorsEvents;
+extern const IID IID_NameSpaceEvents;
 extern const IID IID_CommandBarButtonEvents;
 extern const IID IID_SyncObjectEvents;
 

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -63,3 +64,20 @@ DWORD GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize) {
 
 DWORD GetCurrentThreadId() { return static_cast<DWORD>(syscall(SYS_gettid)); }
 DWORD GetCurrentProcessId() { return static_cast<DWORD>(getpid()); }
+
+LPCWSTR GetCommandLineW() {
+  static const std::wstring line = [] {
+    std::string bytes;
+    if (FILE* file = std::fopen("/proc/self/cmdline", "rb")) {
+      char buffer[4096];
+      size_t n = 0;
+      while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, n);
+      std::fclose(file);
+    }
+    while (!bytes.empty() && bytes.back() == '\0') bytes.pop_back();
+    for (char& c : bytes)
+      if (c == '\0') c = ' ';
+    return platform::fromUtf8Lenient(bytes);
+  }();
+  return line.c_str();
+}

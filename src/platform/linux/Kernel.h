@@ -24,4 +24,7 @@ void DeleteCriticalSection(LPCRITICAL_SECTION cs);
 // The running program's path; hModule must be null or the program's own handle.
 DWORD GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize);
 DWORD GetCurrentThreadId();
+// The process's command line: its arguments from /proc, joined by blanks. Read once and
+// kept, as the system keeps it.
+LPCWSTR GetCommandLineW();
 DWORD GetCurrentProcessId();
