@@ -135,9 +135,7 @@ void RuleDescriptionCtrl::findLinks() {
 }
 
 bool RuleDescriptionCtrl::notify(const Notification& notification) {
-  if (notification.code != notify::richEditLink) return false;
-  if (notification.message == WM_SETCURSOR) return true;
-  if (notification.message != kLinkClickMessage) return false;
+  if (notification.code != notify::richEditLink || notification.message != kLinkClickMessage) return false;
   clickAt(notification.start);
   return true;
 }

@@ -48,9 +48,9 @@ class RuleDescriptionCtrl {
   // rebuilt. When a value is missing and not quiet, tells the user (asSave) or asks whether
   // to go on. True when the caller may go on.
   bool validate(bool quiet, bool asSave);
-  // A notification of the control, which the dialog hands on and whose answer it gives back.
-  // A click on a link opens its dialog. Over a link (WM_SETCURSOR) the answer true asks the
-  // view for the hand pointer instead of the control's own.
+  // A notification of the control, which the dialog hands on and whose answer it gives back:
+  // a click on a link opens its dialog, and true keeps the control from handling it too. The
+  // pointer over a link is the view's to show.
   bool notify(const Notification& notification);
   // Opens the dialog of the link at position, as a click does. True when the rule changed.
   bool clickAt(LONG position);

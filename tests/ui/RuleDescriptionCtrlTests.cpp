@@ -262,19 +262,30 @@ TEST_F(DescriptionCtrlTest, ClicksOutsideALinkOrWithoutAChangeTellNobody) {
   EXPECT_EQ(view.richEditLinks(kId).size(), before);
 }
 
-TEST_F(DescriptionCtrlTest, ThePointerOverALinkIsTheControlsAndOtherMessagesAreNot) {
+TEST_F(DescriptionCtrlTest, OnlyAReleasedButtonOnALinkOpensADialog) {
   ctrl.showRule(rule.get());
-  Notification over;
-  over.code = notify::richEditLink;
-  over.message = WM_SETCURSOR;
-  EXPECT_TRUE(ctrl.notify(over));
-  Notification press = over;
-  press.message = 0x0201;  // the button going down opens nothing yet
-  EXPECT_FALSE(ctrl.notify(press));
-  Notification other;
-  other.code = notify::listItemChanged;
-  EXPECT_FALSE(ctrl.notify(other));
-  EXPECT_TRUE(host.calls.empty());
+  struct Case {
+    const char* name;
+    int code;
+    UINT message;
+    bool handled;
+  };
+  const Case cases[] = {
+      {"button released", notify::richEditLink, 0x0202, true},
+      {"button pressed", notify::richEditLink, 0x0201, false},
+      {"double click", notify::richEditLink, 0x0203, false},
+      {"another notification", notify::listItemChanged, 0x0202, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    host.calls.clear();
+    Notification notification;
+    notification.code = c.code;
+    notification.message = c.message;
+    notification.start = notification.end = ctrl.links().front().start;
+    EXPECT_EQ(ctrl.notify(notification), c.handled);
+    EXPECT_EQ(host.calls.size(), c.handled ? 1u : 0u);
+  }
 }
 
 TEST_F(DescriptionCtrlTest, NotificationMessageStartsFromTheDefault) {
