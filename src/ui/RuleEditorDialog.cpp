@@ -14,7 +14,6 @@
 #include "sieve/OutOfOfficeRule.h"
 #include "sieve/SieveTables.h"
 #include "strings/Localization.h"
-#include "ui/RuleDescriptionCtrl.h"
 
 namespace zelvo::ui {
 
@@ -141,9 +140,7 @@ bool isReservedName(const std::wstring& name) {
 
 RuleEditorDialog::RuleEditorDialog(DialogView& view, Sieve::SieveRule& rule, RuleDescriptionHost* links,
                                    const Sieve::FolderNameTranslator* folders)
-    : DialogLogic(view), rule_(rule), links_(links), folders_(folders) {}
-
-RuleEditorDialog::~RuleEditorDialog() = default;
+    : DialogLogic(view), rule_(rule), description_(view, kDescription, links, folders) {}
 
 void RuleEditorDialog::onInitDialog() {
   view().setTextLimit(kName, kNameLimit);
@@ -160,8 +157,7 @@ void RuleEditorDialog::onInitDialog() {
   view().setAnchor(kIdOk, anchor::right | anchor::bottom);
   view().setAnchor(kIdCancel, anchor::right | anchor::bottom);
 
-  description_ = std::make_unique<RuleDescriptionCtrl>(view(), kDescription, links_, folders_);
-  description_->attach();
+  description_.attach();
 
   listsReady_ = false;
   fillLists();
@@ -169,7 +165,7 @@ void RuleEditorDialog::onInitDialog() {
   checkRuleActions();
   view().setText(kName, rule_.name);
   listsReady_ = true;
-  description_->showRule(&rule_);
+  description_.showRule(&rule_);
 }
 
 void RuleEditorDialog::onSize(int width, int height) {
@@ -246,7 +242,7 @@ void RuleEditorDialog::excludeKeepAndDiscard() {
 }
 
 bool RuleEditorDialog::onNotify(ControlId id, const Notification& notification) {
-  if (id == kDescription) return description_ && description_->notify(notification);
+  if (id == kDescription) return description_.notify(notification);
   if (id != kConditions && id != kActions) return false;
   if (notification.code != notify::listItemChanged || !(notification.changed & kListItemStateChanged)) return false;
   const int oldImage = lvis::stateImageOf(notification.oldState);
@@ -292,7 +288,7 @@ void RuleEditorDialog::updateConditions(int item, bool checked) {
   } else {
     details::removeCondition(rule_, id);
   }
-  description_->showRule(&rule_);
+  description_.showRule(&rule_);
 }
 
 void RuleEditorDialog::updateActions(int item, bool checked) {
@@ -311,7 +307,7 @@ void RuleEditorDialog::updateActions(int item, bool checked) {
   } catch (const std::exception&) {
     // The list shows the check all the same; the description shows what the rule holds.
   }
-  description_->showRule(&rule_);
+  description_.showRule(&rule_);
 }
 
 void RuleEditorDialog::setItemImage(ControlId list, int item, int image) {
@@ -339,7 +335,7 @@ void RuleEditorDialog::onOk() {
     view().messageBox(Localization::getString(IDS_RULE_EDITOR_NO_ACTION), caption, mb::ok);
     return;
   }
-  if (!description_->validate(false, true)) return;
+  if (!description_.validate(false, true)) return;
   const std::wstring name = boost::algorithm::trim_copy(view().getText(kName), std::locale::classic());
   // Only the out-of-office and junk e-mail dialogs make the rules of these names.
   if (details::isReservedName(name)) {

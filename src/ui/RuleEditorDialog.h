@@ -6,16 +6,13 @@
 // keeps it either way and throws it away on Cancel, so Cancel needs no undo here.
 #pragma once
 
-#include <memory>
-
 #include "sieve/RuleDescription.h"
 #include "sieve/SieveModel.h"
 #include "ui/DialogLogic.h"
+#include "ui/RuleDescriptionCtrl.h"
 #include "ui/RuleDescriptionHost.h"
 
 namespace zelvo::ui {
-
-class RuleDescriptionCtrl;
 
 class RuleEditorDialog : public DialogLogic {
  public:
@@ -38,7 +35,6 @@ class RuleEditorDialog : public DialogLogic {
   // Both may be null: the links then open nothing, and paths show as stored.
   RuleEditorDialog(DialogView& view, Sieve::SieveRule& rule, RuleDescriptionHost* links,
                    const Sieve::FolderNameTranslator* folders);
-  ~RuleEditorDialog() override;
 
  protected:
   void onInitDialog() override;
@@ -61,15 +57,12 @@ class RuleEditorDialog : public DialogLogic {
   void setItemImage(ControlId list, int index, int image);
   int itemImage(ControlId list, int index) const;
   int countChecked(ControlId list) const;
-  bool nameAccepted();
 
   Sieve::SieveRule& rule_;
-  RuleDescriptionHost* links_;
-  const Sieve::FolderNameTranslator* folders_;
-  std::unique_ptr<RuleDescriptionCtrl> description_;
-  int allMessagesItem_ = -1;  // the item of condition 10
-  int keepItem_ = -1;
-  int discardItem_ = -1;
+  RuleDescriptionCtrl description_;
+  int allMessagesItem_ = kNoItem;  // the item of condition 10
+  int keepItem_ = kNoItem;
+  int discardItem_ = kNoItem;
   // False while the lists are filled, and the check handlers stay quiet.
   bool listsReady_ = false;
   // True while a change is handled: the states it sets are no changes of the user's.
