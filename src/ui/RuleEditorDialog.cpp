@@ -65,9 +65,19 @@ void sortCommands(Sieve::SieveRule*& head) {
   *link = nullptr;
 }
 
-void addCondition(Sieve::SieveRule& rule, unsigned id) {
-  Sieve::SieveTest* test = Sieve::createTestForCondition(id);
+// A new test of the condition; running out of memory is told with what was being made.
+Sieve::SieveTest* newConditionTest(unsigned id) {
+  Sieve::SieveTest* test = nullptr;
+  try {
+    test = Sieve::createTestForCondition(id);
+  } catch (const std::bad_alloc&) {
+  }
   if (!test) ZEL_HERE.raise(E_OUTOFMEMORY, kConditionFailed);
+  return test;
+}
+
+void addCondition(Sieve::SieveRule& rule, unsigned id) {
+  Sieve::SieveTest* test = newConditionTest(id);
   if (!rule.test) {
     rule.test = test;
     return;
@@ -114,10 +124,11 @@ void removeAllConditions(Sieve::SieveRule& rule) {
 }
 
 void addAction(Sieve::SieveRule& rule, unsigned id) {
-  Sieve::SieveRule* command = Sieve::createRuleForAction(id);
+  // Owned here until it is in the block: setting the parent may run out of memory too.
+  Sieve::RulePtr command(Sieve::createRuleForAction(id));
   if (!command) ZEL_HERE.raise(E_OUTOFMEMORY, kActionFailed);
-  Sieve::setParent(command, &rule);
-  Sieve::appendRule(rule.thenBlock, command);
+  Sieve::setParent(command.get(), &rule);
+  Sieve::appendRule(rule.thenBlock, command.release());
   sortCommands(rule.thenBlock);
 }
 
@@ -279,10 +290,7 @@ void RuleEditorDialog::updateConditions(int item, bool checked) {
       if (other != item) setItemImage(kConditions, other, checked ? kDisabled : kUnchecked);
     }
     details::removeAllConditions(rule_);
-    if (checked) {
-      rule_.test = Sieve::createTestForCondition(id);
-      if (!rule_.test) ZEL_HERE.raise(E_OUTOFMEMORY, details::kConditionFailed);
-    }
+    if (checked) rule_.test = details::newConditionTest(id);
   } else if (checked) {
     details::addCondition(rule_, id);
   } else {
