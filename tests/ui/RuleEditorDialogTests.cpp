@@ -126,7 +126,36 @@ TEST_F(RuleEditorTest, ListsHoldTheTableRowsWithoutLinkMarks) {
     EXPECT_EQ(view.listView(list).columns.size(), 1u);
   }
   EXPECT_EQ(view.control(kName).textLimit, 2047);
-  EXPECT_TRUE(view.resizable());
+}
+
+TEST_F(RuleEditorTest, GrowingTheDialogWidensTheListsAndGivesTheDescriptionTheRest) {
+  open();
+  ASSERT_TRUE(view.resizable());
+  for (auto id : {kName, kConditions, kActions, kDescription, zelvo::ui::kIdOk, zelvo::ui::kIdCancel}) {
+    view.moveControl(id, RECT{10, 10, 110, 40});
+  }
+  view.userResize(view.windowSize().width + 50, view.windowSize().height + 30);
+  struct Expected {
+    zelvo::ui::ControlId id;
+    RECT rect;
+  };
+  const Expected expected[] = {
+      {kName, {10, 10, 160, 40}},
+      {kConditions, {10, 10, 160, 40}},
+      {kActions, {10, 10, 160, 40}},
+      {kDescription, {10, 10, 160, 70}},
+      {zelvo::ui::kIdOk, {60, 40, 160, 70}},
+      {zelvo::ui::kIdCancel, {60, 40, 160, 70}},
+  };
+  for (const Expected& e : expected) {
+    SCOPED_TRACE(e.id);
+    const RECT r = view.controlRect(e.id);
+    EXPECT_EQ(r.left, e.rect.left);
+    EXPECT_EQ(r.top, e.rect.top);
+    EXPECT_EQ(r.right, e.rect.right);
+    EXPECT_EQ(r.bottom, e.rect.bottom);
+  }
+  EXPECT_EQ(view.listView(kConditions).columns.at(0).second, zelvo::ui::kColumnFill);
 }
 
 TEST_F(RuleEditorTest, OpeningChecksWhatTheRuleHolds) {
