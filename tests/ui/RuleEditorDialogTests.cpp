@@ -128,36 +128,6 @@ TEST_F(RuleEditorTest, ListsHoldTheTableRowsWithoutLinkMarks) {
   EXPECT_EQ(view.control(kName).textLimit, 2047);
 }
 
-TEST_F(RuleEditorTest, GrowingTheDialogWidensTheListsAndGivesTheDescriptionTheRest) {
-  open();
-  ASSERT_TRUE(view.resizable());
-  for (auto id : {kName, kConditions, kActions, kDescription, zelvo::ui::kIdOk, zelvo::ui::kIdCancel}) {
-    view.moveControl(id, RECT{10, 10, 110, 40});
-  }
-  view.userResize(view.windowSize().width + 50, view.windowSize().height + 30);
-  struct Expected {
-    zelvo::ui::ControlId id;
-    RECT rect;
-  };
-  const Expected expected[] = {
-      {kName, {10, 10, 160, 40}},
-      {kConditions, {10, 10, 160, 40}},
-      {kActions, {10, 10, 160, 40}},
-      {kDescription, {10, 10, 160, 70}},
-      {zelvo::ui::kIdOk, {60, 40, 160, 70}},
-      {zelvo::ui::kIdCancel, {60, 40, 160, 70}},
-  };
-  for (const Expected& e : expected) {
-    SCOPED_TRACE(e.id);
-    const RECT r = view.controlRect(e.id);
-    EXPECT_EQ(r.left, e.rect.left);
-    EXPECT_EQ(r.top, e.rect.top);
-    EXPECT_EQ(r.right, e.rect.right);
-    EXPECT_EQ(r.bottom, e.rect.bottom);
-  }
-  EXPECT_EQ(view.listView(kConditions).columns.at(0).second, zelvo::ui::kColumnFill);
-}
-
 TEST_F(RuleEditorTest, OpeningChecksWhatTheRuleHolds) {
   struct Case {
     const char* name;
@@ -410,16 +380,6 @@ TEST_F(RuleEditorTest, ABlankNameIsWrittenAsNoName) {
   std::wstring script;
   SieveRule::writeScript(rule.get(), script, true);
   EXPECT_EQ(script.compare(0, 3, L"if "), 0) << script;
-}
-
-TEST_F(RuleEditorTest, CancelLeavesTheRuleAsTheChecksMadeIt) {
-  open(L"#!1 Old\r\nif true {\r\nkeep;\r\n}\r\n");
-  click(kActions, ActionStop);
-  view.setText(kName, L"New");
-  dialog->command(zelvo::ui::kIdCancel, zelvo::ui::notify::buttonClicked);
-  EXPECT_EQ(view.result(), zelvo::ui::kIdCancel);
-  EXPECT_EQ(rule->name, L"Old");
-  EXPECT_EQ(actionShape(*rule), "4,8");  // the caller throws this copy away
 }
 
 }  // namespace
