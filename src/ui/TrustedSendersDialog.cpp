@@ -13,6 +13,14 @@ TrustedSendersDialog::TrustedSendersDialog(DialogView& view, AddIn::IMailServerO
     : DialogLogic(view), options_(options), picker_(picker) {}
 
 void TrustedSendersDialog::onInitDialog() {
+  // The list grows with the frame; the buttons keep to its right, OK and Cancel to the
+  // corner.
+  view().enableResizing(0, 0);
+  view().setAnchor(kList, anchor::all);
+  view().setAnchor(kEdit, anchor::left | anchor::top | anchor::right);
+  for (ControlId button : {kAdd, kRemove, kAddressBook}) view().setAnchor(button, anchor::top | anchor::right);
+  view().setAnchor(kTrustContacts, anchor::left | anchor::bottom);
+  for (ControlId button : {kIdOk, kIdCancel}) view().setAnchor(button, anchor::right | anchor::bottom);
   view().enable(kAddressBook, picker_ != nullptr);
   try {
     readSenders();

@@ -303,4 +303,21 @@ TEST_F(TrustedSendersTest, WithoutAnAddressBookTheButtonIsDisabled) {
   EXPECT_TRUE(view.failures().empty());
 }
 
+TEST_F(TrustedSendersTest, TheListGrowsWithTheFrameAndTheButtonsFollowTheCorner) {
+  view.setWindowSize(400, 300);
+  view.moveControl(TrustedSendersDialog::kList, {10, 100, 280, 230});
+  view.moveControl(TrustedSendersDialog::kRemove, {290, 100, 380, 120});
+  view.moveControl(kIdOk, {230, 270, 300, 290});
+  openMailbox({L"a@example.org"});
+  view.attach(*dialog);
+  ASSERT_TRUE(view.resizable());
+  view.userResize(500, 350);
+  const RECT list = view.controlRect(TrustedSendersDialog::kList);
+  EXPECT_EQ(list.right, 380);
+  EXPECT_EQ(list.bottom, 280);
+  EXPECT_EQ(view.controlRect(TrustedSendersDialog::kRemove).left, 390);
+  EXPECT_EQ(view.controlRect(TrustedSendersDialog::kRemove).top, 100);
+  EXPECT_EQ(view.controlRect(kIdOk).top, 320);
+}
+
 }  // namespace

@@ -191,6 +191,9 @@ TEST(Win32DialogView, AClickOnAStateImageIsToldAsSuch) {
     view.listViewAddColumn(IDC_LISTVIEW, L"Rule", kColumnFill);
     view.listViewInsert(IDC_LISTVIEW, 0, L"a rule", 0);
     HWND list = GetDlgItem(dialog, IDC_LISTVIEW);
+    RECT client{};
+    GetClientRect(list, &client);
+    EXPECT_EQ(ListView_GetColumnWidth(list, 0), client.right) << "the one column fills the view";
     RECT row{};
     row.left = LVIR_BOUNDS;
     SendMessageW(list, LVM_GETITEMRECT, 0, reinterpret_cast<LPARAM>(&row));
