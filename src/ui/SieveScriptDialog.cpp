@@ -24,8 +24,9 @@ std::wstring editLineBreaks(const std::wstring& text) {
   return result;
 }
 
-SieveScriptDialog::SieveScriptDialog(DialogView& view, std::wstring text, bool parseOnOk, bool singleRule)
-    : DialogLogic(view), text_(std::move(text)), parseOnOk_(parseOnOk), singleRule_(singleRule) {}
+SieveScriptDialog::SieveScriptDialog(DialogView& view, std::wstring text, bool parseOnOk, bool singleRule,
+                                     Result* result)
+    : DialogLogic(view), text_(std::move(text)), parseOnOk_(parseOnOk), singleRule_(singleRule), result_(result) {}
 
 Sieve::SieveRule* SieveScriptDialog::getRules(bool copy) const {
   if (!copy || !rules_) return rules_.get();
@@ -43,8 +44,7 @@ void SieveScriptDialog::onInitDialog() {
 
 void SieveScriptDialog::onOk() {
   if (!parseOnOk_) {
-    text_ = view().getText(kEdit);
-    view().endDialog(kIdOk);
+    accept(view().getText(kEdit));
     return;
   }
   const std::wstring text = view().getText(kEdit);
@@ -61,7 +61,15 @@ void SieveScriptDialog::onOk() {
     rules_.reset();
     return;
   }
-  text_ = text;
+  accept(text);
+}
+
+void SieveScriptDialog::accept(std::wstring text) {
+  text_ = std::move(text);
+  if (result_) {
+    result_->text = text_;
+    result_->rules.reset(getRules(true));
+  }
   view().endDialog(kIdOk);
 }
 

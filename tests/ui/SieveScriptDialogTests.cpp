@@ -153,6 +153,23 @@ TEST_F(ScriptDialogTest, AWholeScriptTakesEveryRuleAndACopyIsTheCallers) {
   EXPECT_EQ(copy->next->name, L"Second");
 }
 
+TEST_F(ScriptDialogTest, TheResultOutlivesTheDialogOnlyWhenOkWasAccepted) {
+  SieveScriptDialog::Result result;
+  dialog = std::make_unique<SieveScriptDialog>(view, L"", true, false, &result);
+  dialog->initDialog();
+  okWith(L"keep");  // does not parse: nothing is handed out
+  EXPECT_EQ(result.rules, nullptr);
+  EXPECT_EQ(result.text, L"");
+  okWith(kTwoRules);
+  ASSERT_EQ(view.result(), kIdOk);
+  const Sieve::SieveRule* own = dialog->getRules(false);
+  dialog.reset();
+  ASSERT_EQ(count(result.rules.get()), 2);
+  EXPECT_NE(result.rules.get(), own) << "a copy, not the dialog's chain";
+  EXPECT_EQ(result.rules->next->name, L"Second");
+  EXPECT_EQ(result.text, kTwoRules);
+}
+
 struct EditableCase {
   const wchar_t* condition;
   bool editable;
