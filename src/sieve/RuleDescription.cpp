@@ -333,4 +333,19 @@ std::wstring RuleDescriber::describe(SieveRule* rule) {
   return escape(Localization::getString(head)) + describeTest(rule->test) + describeRule(rule->thenBlock);
 }
 
+std::wstring describeRuleForDisplay(SieveRule* rule, bool markup, bool showMissing, bool severalSelected,
+                                    const FolderNameTranslator* folders, bool* complete) {
+  if (complete) *complete = true;
+  if (!rule || !rule->editable || severalSelected) {
+    const unsigned id = severalSelected ? IDS_DESCRIPTION_SEVERAL
+                        : rule          ? IDS_DESCRIPTION_NOT_EDITABLE
+                                        : IDS_DESCRIPTION_NONE;
+    return Localization::getString(id);
+  }
+  RuleDescriber describer(markup, showMissing, folders);
+  const std::wstring text = describer.describe(rule);
+  if (complete) *complete = describer.complete();
+  return text;
+}
+
 }  // namespace Sieve

@@ -3,7 +3,8 @@
 // forms: mark-up, which the description control turns into rich text with clickable
 // links, and plain text for places without a control.
 //
-// Nothing here touches a window; RuleDescriptionCtrl puts the text on the screen.
+// Nothing here touches a window; the description control of the dialogs puts the text on
+// the screen.
 #pragma once
 
 #include <cstdint>
@@ -93,5 +94,11 @@ class RuleDescriber {
   const FolderNameTranslator* folders_;
   bool complete_ = true;
 };
+
+// The description of a rule as the rule dialogs word it: mark-up for the control, or plain
+// text. For no rule, a rule that is not editable or several selected rules, the text that
+// says so. complete, when given, tells whether every value was set.
+std::wstring describeRuleForDisplay(SieveRule* rule, bool markup, bool showMissing, bool severalSelected,
+                                    const FolderNameTranslator* folders, bool* complete = nullptr);
 
 }  // namespace Sieve

@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "sieve/RuleDescriptionCtrl.h"
 #include "sieve/SieveTables.h"
 
 namespace {

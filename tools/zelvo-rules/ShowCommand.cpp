@@ -4,7 +4,6 @@
 #include "ToolText.h"
 #include "platform/Win32.h"
 #include "sieve/RuleDescription.h"
-#include "sieve/RuleDescriptionCtrl.h"
 #include "sieve/RuleList.h"
 #include "sieve/SieveRules.h"
 #include "sieve/SieveTables.h"
