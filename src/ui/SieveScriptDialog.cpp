@@ -36,6 +36,10 @@ Sieve::SieveRule* SieveScriptDialog::getRules(bool copy) const {
 }
 
 void SieveScriptDialog::onInitDialog() {
+  view().enableResizing(0, 0);
+  view().setAnchor(kEdit, anchor::all);
+  view().setAnchor(kIdOk, anchor::right | anchor::bottom);
+  view().setAnchor(kIdCancel, anchor::right | anchor::bottom);
   view().setText(kEdit, editLineBreaks(text_));
   view().setFocus(kEdit);
   view().selectText(kEdit, 0, 0);

@@ -70,6 +70,9 @@ TEST_F(ScriptDialogTest, OpeningPutsTheTextIntoTheFocusedEditFieldWithNothingSel
   EXPECT_EQ(view.control(kEdit).selectionStart, 0);
   EXPECT_EQ(view.control(kEdit).selectionEnd, 0);
   EXPECT_EQ(view.control(kEdit).caretScrolls, 1);
+  EXPECT_TRUE(view.resizable());
+  EXPECT_EQ(view.control(kEdit).anchor, zelvo::ui::anchor::all);
+  EXPECT_EQ(view.control(kIdOk).anchor, zelvo::ui::anchor::right | zelvo::ui::anchor::bottom);
 }
 
 TEST_F(ScriptDialogTest, WithoutParsingOkTakesTheTextAsItIs) {
