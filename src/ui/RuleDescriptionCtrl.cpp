@@ -1,64 +1,56 @@
-#include "sieve/RuleDescriptionCtrl.h"
+#include "ui/RuleDescriptionCtrl.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cwchar>
 
-#include "base/HResultException.h"
-#include "sieve/SieveTables.h"
-#include "streams/RichTextConvertor.h"
 #include "strings/Localization.h"
 
-namespace Sieve {
+namespace zelvo::ui {
 
 namespace details {
 
 const wchar_t kLinkOpen[] = L"<a href=#";
 const wchar_t kLinkOpenCapital[] = L"<A HREF=#";
 const wchar_t kLinkClose[] = L"</a>";
-const LONG kLinkOpenSize = 9;
+const wchar_t kLinkCloseCapital[] = L"</A>";
+const std::size_t kLinkOpenSize = 9;
 const LONG kLinkCloseSize = 4;
-// FR_DOWN, which the Windows headers keep with the common dialogs.
-const WPARAM kFindDown = 0x00000001;
 
-bool isTestLink(LinkKind kind) {
+bool isTestLink(Sieve::LinkKind kind) {
+  using Sieve::LinkKind;
   return kind == LinkKind::AndOr || kind == LinkKind::Address || kind == LinkKind::Match || kind == LinkKind::Size ||
          kind == LinkKind::Word;
 }
 
-LONG find(HWND window, LONG from, const wchar_t* what) {
-  FINDTEXTEXW find{};
-  find.chrg.cpMin = from;
-  find.chrg.cpMax = -1;
-  find.lpstrText = what;
-  return static_cast<LONG>(SendMessageW(window, EM_FINDTEXTEXW, kFindDown, reinterpret_cast<LPARAM>(&find)));
-}
+// Drawing stays off while the text is put in and its links are marked, and comes back on
+// however that ends.
+class NoRedraw {
+ public:
+  NoRedraw(DialogView& view, ControlId id) : view_(view), id_(id) { view_.setRedraw(id_, false); }
+  ~NoRedraw() { view_.setRedraw(id_, true); }
+  NoRedraw(const NoRedraw&) = delete;
+  NoRedraw& operator=(const NoRedraw&) = delete;
+
+ private:
+  DialogView& view_;
+  ControlId id_;
+};
 
 }  // namespace details
 
-std::wstring describeRuleForDisplay(SieveRule* rule, bool markup, bool showMissing, bool severalSelected,
-                                    const FolderNameTranslator* folders, bool* complete) {
-  if (complete) *complete = true;
-  if (!rule || !rule->editable || severalSelected) {
-    const unsigned id = severalSelected ? IDS_DESCRIPTION_SEVERAL
-                        : rule          ? IDS_DESCRIPTION_NOT_EDITABLE
-                                        : IDS_DESCRIPTION_NONE;
-    return Localization::getString(id);
-  }
-  RuleDescriber describer(markup, showMissing, folders);
-  const std::wstring text = describer.describe(rule);
-  if (complete) *complete = describer.complete();
-  return text;
+RuleDescriptionCtrl::RuleDescriptionCtrl(DialogView& view, ControlId id, RuleDescriptionHost* host,
+                                         const Sieve::FolderNameTranslator* folders)
+    : view_(view), id_(id), host_(host), folders_(folders) {}
+
+void RuleDescriptionCtrl::attach() {
+  if (id_ == kNoControl) return;
+  view_.richEditSetReadOnly(id_, true);
+  view_.richEditSetFont(id_, kFontFace, kFontPoints);
+  view_.richEditSetLinkEvents(id_, true);
 }
 
-RuleDescriptionCtrl::RuleDescriptionCtrl(HWND window, HWND parent, RuleDescriptionHost* host,
-                                         const FolderNameTranslator* folders)
-    : window_(window), parent_(parent), host_(host), folders_(folders) {
-  if (window_) {
-    const LRESULT mask = SendMessageW(window_, EM_GETEVENTMASK, 0, 0);
-    SendMessageW(window_, EM_SETEVENTMASK, 0, static_cast<LPARAM>(mask | ENM_LINK));
-  }
-}
-
-bool RuleDescriptionCtrl::showRule(SieveRule* rule, bool severalSelected) {
+bool RuleDescriptionCtrl::showRule(Sieve::SieveRule* rule, bool severalSelected) {
   rule_ = rule;
   severalSelected_ = severalSelected;
   rebuild();
@@ -70,95 +62,81 @@ bool RuleDescriptionCtrl::validate(bool quiet, bool asSave) {
   showMissing_ = true;
   rebuild();
   if (complete_ || quiet) return complete_;
+  const std::wstring caption = Localization::getString(IDS_MESSAGE_TITLE);
   if (asSave) {
-    if (host_) host_->showMessage(IDS_DESCRIPTION_INCOMPLETE_SAVE);
+    view_.messageBox(Localization::getString(IDS_DESCRIPTION_INCOMPLETE_SAVE), caption, mb::ok | mb::iconExclamation);
     return false;
   }
-  return host_ ? host_->askYesNo(IDS_DESCRIPTION_INCOMPLETE_ASK) : false;
+  return view_.messageBox(Localization::getString(IDS_DESCRIPTION_INCOMPLETE_ASK), caption,
+                          mb::yesNo | mb::iconQuestion) == kIdYes;
 }
 
 void RuleDescriptionCtrl::rebuild() {
-  const bool markup = window_ != nullptr;
-  text_ = describeRuleForDisplay(rule_, markup, showMissing_, severalSelected_, folders_, &complete_);
+  const bool markup = id_ != kNoControl;
+  text_ = Sieve::describeRuleForDisplay(rule_, markup, showMissing_, severalSelected_, folders_, &complete_);
   links_.clear();
-  if (markup) putMarkup(text_);
+  if (markup) putMarkup();
 }
 
-void RuleDescriptionCtrl::putMarkup(const std::wstring& markup) {
-  SendMessageW(window_, WM_SETREDRAW, FALSE, 0);
-  const HRESULT hr = RichTextConvertor::streamIn(window_, markupToRtf(markup, GetACP()), SF_RTF);
-  if (SUCCEEDED(hr)) findLinks();
-  CHARRANGE start{0, 0};
-  SendMessageW(window_, EM_EXSETSEL, 0, reinterpret_cast<LPARAM>(&start));
-  SendMessageW(window_, WM_SETREDRAW, TRUE, 0);
-  InvalidateRect(window_, nullptr, TRUE);
-  ZEL_CHECK(hr);
+void RuleDescriptionCtrl::putMarkup() {
+  {
+    details::NoRedraw quiet(view_, id_);
+    view_.richEditStreamIn(id_, Sieve::markupToRtf(text_, GetACP()), sf::rtf);
+    findLinks();
+    view_.selectText(id_, 0, 0);
+  }
 }
 
-std::wstring RuleDescriptionCtrl::textRange(LONG start, LONG end) const {
-  std::wstring text(static_cast<std::size_t>(end - start) + 1, L'\0');
-  TEXTRANGEW range{};
-  range.chrg.cpMin = start;
-  range.chrg.cpMax = end;
-  range.lpstrText = &text[0];
-  const LRESULT count = SendMessageW(window_, EM_GETTEXTRANGE, 0, reinterpret_cast<LPARAM>(&range));
-  text.resize(static_cast<std::size_t>(count > 0 ? count : 0));
-  return text;
-}
-
-void RuleDescriptionCtrl::deleteRange(LONG start, LONG end) {
-  CHARRANGE range{start, end};
-  SendMessageW(window_, EM_EXSETSEL, 0, reinterpret_cast<LPARAM>(&range));
-  SendMessageW(window_, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(L""));
+LONG RuleDescriptionCtrl::findOpening(LONG from) const {
+  // Either form: a search that ignores case finds both at the first, one that keeps it
+  // finds each where it stands.
+  const LONG plain = view_.richEditFind(id_, from, details::kLinkOpen);
+  const LONG missing = view_.richEditFind(id_, from, details::kLinkOpenCapital);
+  if (plain < 0) return missing;
+  return missing < 0 ? plain : std::min(plain, missing);
 }
 
 void RuleDescriptionCtrl::findLinks() {
   links_.clear();
   LONG from = 0;
   for (;;) {
-    const LONG open = details::find(window_, from, details::kLinkOpen);
+    const LONG open = findOpening(from);
     if (open < 0) break;
-    const LONG tagEnd = details::find(window_, open, L">");
+    const LONG tagEnd = view_.richEditFind(id_, open, L">");
     if (tagEnd < 0) break;
-    const std::wstring tag = textRange(open, tagEnd);
+    const std::wstring tag = view_.richEditTextRange(id_, open, tagEnd);
     RuleLink link;
-    // The capital form is the one for a missing value.
+    // The capital form is the one of a missing value.
     link.missing = tag.compare(0, details::kLinkOpenSize, details::kLinkOpenCapital) == 0;
-    const std::wstring target = tag.substr(static_cast<std::size_t>(details::kLinkOpenSize));
+    const std::wstring target = tag.substr(details::kLinkOpenSize);
     const std::size_t underscore = target.find(L'_');
-    link.kind = linkKindOfWord(target.substr(0, underscore));
-    if (link.kind != LinkKind::None && link.kind != LinkKind::AndOr && underscore != std::wstring::npos) {
+    link.kind = Sieve::linkKindOfWord(target.substr(0, underscore));
+    if (link.kind == Sieve::LinkKind::AndOr) {
+      // The connecting word always edits the rule's top test.
+      link.node = rule_ ? rule_->test : nullptr;
+    } else if (link.kind != Sieve::LinkKind::None && underscore != std::wstring::npos) {
       const std::wstring number = target.substr(underscore + 1);
       link.node = reinterpret_cast<void*>(static_cast<std::uintptr_t>(std::wcstoull(number.c_str(), nullptr, 10)));
-    } else if (link.kind == LinkKind::AndOr && rule_) {
-      link.node = rule_->test;
     }
-    deleteRange(open, tagEnd + 1);
-    LONG close = details::find(window_, open, details::kLinkClose);
-    if (close < 0) close = open;  // a tag without its end: nothing shown to mark
-    else deleteRange(close, close + details::kLinkCloseSize);
+    view_.richEditReplace(id_, open, tagEnd + 1, std::wstring());
+    LONG close = view_.richEditFind(id_, open, link.missing ? details::kLinkCloseCapital : details::kLinkClose);
+    if (close < 0) {
+      close = open;  // a tag without its end: nothing shown to mark
+    } else {
+      view_.richEditReplace(id_, close, close + details::kLinkCloseSize, std::wstring());
+    }
     link.start = open;
     link.end = close;
     from = close;
-    if (link.kind == LinkKind::None) continue;
-
-    CHARRANGE range{link.start, link.end};
-    SendMessageW(window_, EM_EXSETSEL, 0, reinterpret_cast<LPARAM>(&range));
-    CHARFORMAT2W format{};
-    format.cbSize = sizeof format;
-    format.dwMask = CFM_LINK | CFM_COLOR;
-    format.dwEffects = CFE_LINK;
-    format.crTextColor = link.missing ? kMissingLinkColor : kLinkColor;
-    SendMessageW(window_, EM_SETCHARFORMAT, SCF_SELECTION, reinterpret_cast<LPARAM>(&format));
+    if (link.kind == Sieve::LinkKind::None) continue;
+    view_.richEditSetLink(id_, link.start, link.end, link.missing ? kMissingLinkColor : kLinkColor);
     links_.push_back(link);
   }
 }
 
-bool RuleDescriptionCtrl::onNotify(const NMHDR* header) {
-  if (!header || header->code != EN_LINK) return false;
-  const ENLINK* link = reinterpret_cast<const ENLINK*>(header);
-  if (link->msg != WM_LBUTTONUP) return link->msg == WM_SETCURSOR;
-  clickAt(link->chrg.cpMin);
+bool RuleDescriptionCtrl::notify(const Notification& notification) {
+  if (notification.code != notify::richEditLink || notification.message != kLinkClickMessage) return false;
+  clickAt(notification.start);
   return true;
 }
 
@@ -166,21 +144,18 @@ bool RuleDescriptionCtrl::clickAt(LONG position) {
   for (const RuleLink& link : links_) {
     if (position < link.start || position >= link.end) continue;
     if (!host_ || !link.node) return false;
-    SieveTest* test = details::isTestLink(link.kind) ? static_cast<SieveTest*>(link.node) : nullptr;
-    SieveRule* rule = test ? nullptr : static_cast<SieveRule*>(link.node);
+    Sieve::SieveTest* test = details::isTestLink(link.kind) ? static_cast<Sieve::SieveTest*>(link.node) : nullptr;
+    Sieve::SieveRule* rule = test ? nullptr : static_cast<Sieve::SieveRule*>(link.node);
     // A notification without a message starts from the one the server sends by default.
-    if (link.kind == LinkKind::NotifyMessage && rule->argument.empty()) rule->argument = kDefaultNotifyMessage;
+    if (link.kind == Sieve::LinkKind::NotifyMessage && rule->argument.empty()) {
+      rule->argument = Sieve::kDefaultNotifyMessage;
+    }
     if (!host_->editLink(link.kind, test, rule)) return false;
     rebuild();
-    if (parent_) {
-      NMHDR changed{};
-      changed.hwndFrom = window_;
-      changed.code = kDescriptionChanged;
-      SendMessageW(parent_, WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&changed));
-    }
+    view_.sendNotification(id_, notify::descriptionChanged);
     return true;
   }
   return false;
 }
 
-}  // namespace Sieve
+}  // namespace zelvo::ui

@@ -43,11 +43,17 @@ class RuleEditorDialog : public DialogLogic {
  protected:
   void onInitDialog() override;
   void onOk() override;
+  bool onNotify(ControlId id, const Notification& notification) override;
+  void onSize(int width, int height) override;
 
  private:
   void fillLists();
+  // The item of a condition or action id, or kNoItem.
+  int itemOf(ControlId list, unsigned id) const;
   void checkRuleConditions();
   void checkRuleActions();
+  // A checked Keep disables Discard, and a checked Discard disables Keep.
+  void excludeKeepAndDiscard();
   // A check box of a list changed from oldImage to newImage.
   void itemChanged(ControlId list, int index, int oldImage, int newImage);
   void updateConditions(int index, bool checked);

@@ -1,51 +1,32 @@
-// The description control over the system's rich edit: the real control under Windows,
-// the platform layer's in-memory one elsewhere.
-#include "sieve/RuleDescriptionCtrl.h"
+// The description control over the recording view, whose rich edit is the system's: the
+// real control under Windows, the platform layer's in-memory one elsewhere.
+#include "ui/RuleDescriptionCtrl.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "platform/RichEditWindow.h"
 #include "sieve/SieveTables.h"
-#include "strings/Localization.h"
+#include "testing/RecordingDialogView.h"
 
 namespace {
 
 using namespace Sieve;
+using zelvo::testing::RecordingDialogView;
+using zelvo::ui::DialogLogic;
+using zelvo::ui::Notification;
+using zelvo::ui::RuleDescriptionCtrl;
+using zelvo::ui::RuleLink;
+namespace mb = zelvo::ui::mb;
+namespace notify = zelvo::ui::notify;
 
-class Window {
- public:
-  Window() : window_(platform::createRichEdit(nullptr)) {}
-  ~Window() {
-    if (window_) DestroyWindow(window_);
-  }
-  HWND get() const { return window_; }
-  std::wstring text() const {
-    std::vector<wchar_t> buffer(static_cast<std::size_t>(GetWindowTextLengthW(window_)) + 1);
-    const int n = GetWindowTextW(window_, buffer.data(), static_cast<int>(buffer.size()));
-    return std::wstring(buffer.data(), static_cast<std::size_t>(n));
-  }
-  std::wstring range(LONG start, LONG end) const {
-    std::wstring text(static_cast<std::size_t>(end - start) + 1, L'\0');
-    TEXTRANGEW r{{start, end}, &text[0]};
-    text.resize(static_cast<std::size_t>(SendMessageW(window_, EM_GETTEXTRANGE, 0, reinterpret_cast<LPARAM>(&r))));
-    return text;
-  }
-  // Link effect and colour of a range, when the whole range has them alike.
-  CHARFORMAT2W format(LONG start, LONG end) const {
-    CHARRANGE r{start, end};
-    SendMessageW(window_, EM_EXSETSEL, 0, reinterpret_cast<LPARAM>(&r));
-    CHARFORMAT2W f{};
-    f.cbSize = sizeof f;
-    SendMessageW(window_, EM_GETCHARFORMAT, SCF_SELECTION, reinterpret_cast<LPARAM>(&f));
-    return f;
-  }
-
- private:
-  HWND window_;
-};
+constexpr zelvo::ui::ControlId kId = 10019;
+const std::wstring kIncompleteSave =
+    L"Some values of this rule are missing. Click each value shown in red and fill it in before you save the rule.";
+const std::wstring kIncompleteAsk =
+    L"Some values of this rule are missing, shown in red. Do you want to continue anyway?";
 
 struct Call {
   LinkKind kind;
@@ -53,28 +34,40 @@ struct Call {
   SieveRule* rule;
 };
 
-class FakeHost : public RuleDescriptionHost {
+class FakeHost : public zelvo::ui::RuleDescriptionHost {
  public:
   bool editLink(LinkKind kind, SieveTest* test, SieveRule* rule) override {
     calls.push_back({kind, test, rule});
     if (edit) edit(kind, test, rule);
     return changes;
   }
-  void showMessage(unsigned textId) override { messages.push_back(textId); }
-  bool askYesNo(unsigned textId) override {
-    questions.push_back(textId);
-    return answer;
-  }
 
   std::vector<Call> calls;
-  std::vector<unsigned> messages;
-  std::vector<unsigned> questions;
   bool changes = true;
-  bool answer = false;
-  void (*edit)(LinkKind, SieveTest*, SieveRule*) = nullptr;
+  std::function<void(LinkKind, SieveTest*, SieveRule*)> edit;
 };
 
-// if address :contains "from" ["Jürgen", "zoë"] { fileinto "Büro"; redirect ""; stop; }
+// The dialog around the control: hands the control its notifications and counts the
+// change notices that reach it.
+class HostDialog : public DialogLogic {
+ public:
+  HostDialog(RecordingDialogView& view, RuleDescriptionCtrl& ctrl) : DialogLogic(view), ctrl_(ctrl) {
+    view.attach(*this);
+  }
+  int changes = 0;
+
+ protected:
+  bool onNotify(zelvo::ui::ControlId id, const Notification& notification) override {
+    if (id != kId) return false;
+    if (notification.code == notify::descriptionChanged) ++changes;
+    return ctrl_.notify(notification);
+  }
+
+ private:
+  RuleDescriptionCtrl& ctrl_;
+};
+
+// if address :contains "from" ["Jürgen", "zoë €"] { fileinto "Büro"; redirect ""; stop; }
 RulePtr sampleRule() {
   RulePtr rule(new SieveRule(RuleKind::If, nullptr));
   rule->enabled = true;
@@ -88,18 +81,53 @@ RulePtr sampleRule() {
   return rule;
 }
 
-TEST(RuleDescriptionCtrl, LinksAfterTheMarkupIsRemoved) {
-  Window window;
-  ASSERT_NE(window.get(), nullptr);
+// Remembers the font the control was given.
+class FontView : public RecordingDialogView {
+ public:
+  void richEditSetFont(zelvo::ui::ControlId id, const std::wstring& face, int points) override {
+    font = face;
+    fontPoints = points;
+    RecordingDialogView::richEditSetFont(id, face, points);
+  }
+  std::wstring font;
+  int fontPoints = 0;
+};
+
+class DescriptionCtrlTest : public ::testing::Test {
+ protected:
+  FontView view;
   FakeHost host;
-  RuleDescriptionCtrl ctrl(window.get(), nullptr, &host, nullptr);
+  RuleDescriptionCtrl ctrl{view, kId, &host, nullptr};
+  HostDialog dialog{view, ctrl};
   RulePtr rule = sampleRule();
+
+  void SetUp() override { ctrl.attach(); }
+  std::wstring shown(const RuleLink& link) const { return view.richEditTextRange(kId, link.start, link.end); }
+  // The colour the control gave the range of link, or 0 when it marked no such range.
+  COLORREF colorOf(const RuleLink& link) const {
+    for (const auto& marked : view.richEditLinks(kId)) {
+      if (marked.start == link.start && marked.end == link.end) return marked.color;
+    }
+    return 0;
+  }
+};
+
+TEST_F(DescriptionCtrlTest, AttachingSetsUpAReadOnlyTahomaControlThatTellsOfLinks) {
+  EXPECT_TRUE(view.richEditReadOnly(kId));
+  EXPECT_TRUE(view.richEditLinkEvents(kId));
+  EXPECT_EQ(view.font, L"Tahoma");
+  EXPECT_EQ(view.fontPoints, 8);
+}
+
+TEST_F(DescriptionCtrlTest, LinksAfterTheMarkupIsRemoved) {
   EXPECT_FALSE(ctrl.showRule(rule.get()));  // the redirect has no address
 
-  const std::wstring shown = window.text();
-  EXPECT_EQ(shown.find(L"<a"), std::wstring::npos) << shown;
-  EXPECT_EQ(shown.find(L"HREF"), std::wstring::npos) << shown;
-  EXPECT_EQ(shown.compare(0, 43, L"Apply this rule after the message arrives\r\n"), 0) << shown;
+  const std::wstring text = view.richEditText(kId);
+  EXPECT_EQ(text.find(L"<a"), std::wstring::npos) << text;
+  EXPECT_EQ(text.find(L"HREF"), std::wstring::npos) << text;
+  EXPECT_EQ(text.compare(0, 41, L"Apply this rule after the message arrives"), 0) << text;
+  EXPECT_EQ(view.control(kId).redrawsOn, 1);
+  EXPECT_TRUE(view.control(kId).redraw);
 
   struct Expected {
     LinkKind kind;
@@ -111,127 +139,198 @@ TEST(RuleDescriptionCtrl, LinksAfterTheMarkupIsRemoved) {
       {LinkKind::Address, L"'J\u00fcrgen' or 'zo\u00eb  \u20ac'", rule->test},
       {LinkKind::Match, L"anywhere in the text", rule->test},
       {LinkKind::FileInto, L"B\u00fcro", rule->thenBlock},
+      // Not asked for missing values yet: the bracket text, blue.
       {LinkKind::Redirect, L"people or addresses", rule->thenBlock->next},
   };
   ASSERT_EQ(ctrl.links().size(), std::size(expected));
+  ASSERT_EQ(view.richEditLinks(kId).size(), std::size(expected));
   for (std::size_t i = 0; i < std::size(expected); ++i) {
     SCOPED_TRACE(i);
     const RuleLink& link = ctrl.links()[i];
     EXPECT_EQ(link.kind, expected[i].kind);
     EXPECT_EQ(link.node, expected[i].node);
-    EXPECT_EQ(window.range(link.start, link.end), expected[i].text);
+    EXPECT_EQ(shown(link), expected[i].text);
     EXPECT_FALSE(link.missing);
-    const CHARFORMAT2W format = window.format(link.start, link.end);
-    EXPECT_TRUE(format.dwEffects & CFE_LINK);
-    EXPECT_EQ(format.crTextColor, kLinkColor);
+    EXPECT_EQ(colorOf(link), RuleDescriptionCtrl::kLinkColor);
   }
-  // The text between links has no link effect.
-  EXPECT_FALSE(window.format(0, 5).dwEffects & CFE_LINK);
 }
 
-TEST(RuleDescriptionCtrl, ValidateShowsMissingValuesInRed) {
+TEST_F(DescriptionCtrlTest, ValidateShowsMissingValuesInRed) {
   struct Case {
     const char* name;
     bool quiet;
     bool asSave;
-    bool answer;
+    int answer;  // 0: no box expected
     bool result;
-    std::vector<unsigned> messages;
-    std::vector<unsigned> questions;
+    std::wstring message;
+    UINT style;
   };
   const Case cases[] = {
-      {"quiet", true, false, true, false, {}, {}},
-      {"as save", false, true, true, false, {IDS_DESCRIPTION_INCOMPLETE_SAVE}, {}},
-      {"asked, yes", false, false, true, true, {}, {IDS_DESCRIPTION_INCOMPLETE_ASK}},
-      {"asked, no", false, false, false, false, {}, {IDS_DESCRIPTION_INCOMPLETE_ASK}},
+      {"quiet", true, false, 0, false, L"", 0},
+      {"as save", false, true, 0, false, kIncompleteSave, mb::ok | mb::iconExclamation},
+      {"asked, yes", false, false, zelvo::ui::kIdYes, true, kIncompleteAsk, mb::yesNo | mb::iconQuestion},
+      {"asked, no", false, false, zelvo::ui::kIdNo, false, kIncompleteAsk, mb::yesNo | mb::iconQuestion},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
-    Window window;
-    FakeHost host;
-    host.answer = c.answer;
-    RuleDescriptionCtrl ctrl(window.get(), nullptr, &host, nullptr);
-    RulePtr rule = sampleRule();
+    RecordingDialogView view;
+    RuleDescriptionCtrl ctrl(view, kId, &host, nullptr);
+    ctrl.attach();
+    if (c.answer) view.queueAnswer(c.answer);
     ctrl.showRule(rule.get());
     EXPECT_EQ(ctrl.validate(c.quiet, c.asSave), c.result);
-    EXPECT_EQ(host.messages, c.messages);
-    EXPECT_EQ(host.questions, c.questions);
+    if (c.message.empty()) {
+      EXPECT_TRUE(view.messages().empty());
+    } else {
+      ASSERT_EQ(view.messages().size(), 1u);
+      EXPECT_EQ(view.messages()[0].text, c.message);
+      EXPECT_EQ(view.messages()[0].caption, L"Zelvo Mail Bridge");
+      EXPECT_EQ(view.messages()[0].style, c.style);
+    }
     const RuleLink& missing = ctrl.links().back();
     EXPECT_TRUE(missing.missing);
-    EXPECT_EQ(window.range(missing.start, missing.end), L"people or addresses");
-    EXPECT_EQ(window.format(missing.start, missing.end).crTextColor, kMissingLinkColor);
-    EXPECT_EQ(window.format(ctrl.links()[0].start, ctrl.links()[0].end).crTextColor, kLinkColor);
+    EXPECT_EQ(view.richEditTextRange(kId, missing.start, missing.end), L"people or addresses");
+    const auto marked = view.richEditLinks(kId);
+    ASSERT_EQ(marked.size(), 4u);
+    EXPECT_EQ(marked.back().color, RuleDescriptionCtrl::kMissingLinkColor);
+    EXPECT_EQ(marked.front().color, RuleDescriptionCtrl::kLinkColor);
   }
 }
 
-TEST(RuleDescriptionCtrl, ValidateOfACompleteRuleAsksNothing) {
-  Window window;
-  FakeHost host;
-  RuleDescriptionCtrl ctrl(window.get(), nullptr, &host, nullptr);
-  RulePtr rule = sampleRule();
+TEST_F(DescriptionCtrlTest, ValidateOfACompleteRuleAsksNothing) {
   rule->thenBlock->next->argument = L"boss@x.org";
   EXPECT_TRUE(ctrl.showRule(rule.get()));
   EXPECT_TRUE(ctrl.validate(false, true));
-  EXPECT_TRUE(host.messages.empty());
+  EXPECT_TRUE(view.messages().empty());
   for (const RuleLink& link : ctrl.links()) EXPECT_FALSE(link.missing);
-  RuleDescriptionCtrl none(window.get(), nullptr, &host, nullptr);
+
+  RuleDescriptionCtrl none(view, kId, &host, nullptr);
   EXPECT_TRUE(none.validate(false, true));  // no rule shown: nothing to ask
+  EXPECT_TRUE(view.messages().empty());
 }
 
-TEST(RuleDescriptionCtrl, ClickOpensTheDialogOfTheLinkAndShowsTheChange) {
-  Window window;
-  FakeHost host;
+TEST_F(DescriptionCtrlTest, AClickInsideALinkOpensItsDialogAndTellsTheDialog) {
   host.edit = [](LinkKind kind, SieveTest*, SieveRule* rule) {
     if (kind == LinkKind::Redirect) rule->argument = L"new@x.org";
   };
-  RuleDescriptionCtrl ctrl(window.get(), nullptr, &host, nullptr);
-  RulePtr rule = sampleRule();
   ctrl.showRule(rule.get());
   const RuleLink redirect = ctrl.links().back();
-  EXPECT_FALSE(ctrl.clickAt(0));  // plain text, no link
-  EXPECT_TRUE(host.calls.empty());
 
-  ENLINK click{};
-  click.nmhdr.hwndFrom = window.get();
-  click.nmhdr.code = EN_LINK;
-  click.msg = WM_LBUTTONUP;
-  click.chrg = CHARRANGE{redirect.start + 1, redirect.start + 1};
-  EXPECT_TRUE(ctrl.onNotify(&click.nmhdr));
+  view.userClickLink(kId, redirect.start + 1);
   ASSERT_EQ(host.calls.size(), 1u);
   EXPECT_EQ(host.calls[0].kind, LinkKind::Redirect);
   EXPECT_EQ(host.calls[0].rule, rule->thenBlock->next);
   EXPECT_EQ(host.calls[0].test, nullptr);
   const RuleLink& changed = ctrl.links().back();
-  EXPECT_EQ(window.range(changed.start, changed.end), L"new@x.org");
+  EXPECT_EQ(shown(changed), L"new@x.org");
   EXPECT_TRUE(ctrl.complete());
+  EXPECT_EQ(dialog.changes, 1);
+  ASSERT_EQ(view.sentNotifications().size(), 1u);
+  EXPECT_EQ(view.sentNotifications()[0].first, kId);
+  EXPECT_EQ(view.sentNotifications()[0].second, 32768);
 
   // A condition link hands over the test.
-  EXPECT_TRUE(ctrl.clickAt(ctrl.links()[1].start));
+  view.userClickLink(kId, ctrl.links()[1].start);
   ASSERT_EQ(host.calls.size(), 2u);
   EXPECT_EQ(host.calls[1].kind, LinkKind::Match);
   EXPECT_EQ(host.calls[1].test, rule->test);
+  EXPECT_EQ(host.calls[1].rule, nullptr);
+  EXPECT_EQ(dialog.changes, 2);
 }
 
-TEST(RuleDescriptionCtrl, NotificationMessageStartsFromTheDefault) {
-  Window window;
-  FakeHost host;
-  host.changes = false;
-  RuleDescriptionCtrl ctrl(window.get(), nullptr, &host, nullptr);
-  RulePtr rule(new SieveRule(RuleKind::If, nullptr));
-  rule->test = createTestForCondition(ConditionAll);
-  rule->thenBlock = createRuleForAction(ActionNotify);
-  rule->thenBlock->name = L"me@x.org";
+TEST_F(DescriptionCtrlTest, ClicksOutsideALinkOrWithoutAChangeTellNobody) {
   ctrl.showRule(rule.get());
+  const std::size_t before = view.richEditLinks(kId).size();
+  struct Case {
+    const char* name;
+    LONG position;
+  };
+  const LONG firstStart = ctrl.links().front().start;
+  const LONG lastEnd = ctrl.links().back().end;
+  for (const Case& c :
+       {Case{"plain text", 0}, Case{"just before a link", firstStart - 1}, Case{"the end of the last link", lastEnd}}) {
+    SCOPED_TRACE(c.name);
+    EXPECT_FALSE(ctrl.clickAt(c.position));
+  }
+  EXPECT_TRUE(host.calls.empty());
+
+  host.changes = false;  // the user cancelled the dialog
+  view.userClickLink(kId, ctrl.links().front().start);
+  EXPECT_EQ(host.calls.size(), 1u);
+  EXPECT_TRUE(view.sentNotifications().empty());
+  EXPECT_EQ(dialog.changes, 0);
+  EXPECT_EQ(view.richEditLinks(kId).size(), before);
+}
+
+TEST_F(DescriptionCtrlTest, OnlyAReleasedButtonOnALinkOpensADialog) {
+  ctrl.showRule(rule.get());
+  struct Case {
+    const char* name;
+    int code;
+    UINT message;
+    bool handled;
+  };
+  const Case cases[] = {
+      {"button released", notify::richEditLink, 0x0202, true},
+      {"button pressed", notify::richEditLink, 0x0201, false},
+      {"double click", notify::richEditLink, 0x0203, false},
+      {"another notification", notify::listItemChanged, 0x0202, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    host.calls.clear();
+    Notification notification;
+    notification.code = c.code;
+    notification.message = c.message;
+    notification.start = notification.end = ctrl.links().front().start;
+    EXPECT_EQ(ctrl.notify(notification), c.handled);
+    EXPECT_EQ(host.calls.size(), c.handled ? 1u : 0u);
+  }
+}
+
+TEST_F(DescriptionCtrlTest, NotificationMessageStartsFromTheDefault) {
+  host.changes = false;
+  RulePtr notifyRule(new SieveRule(RuleKind::If, nullptr));
+  notifyRule->test = createTestForCondition(ConditionAll);
+  notifyRule->thenBlock = createRuleForAction(ActionNotify);
+  notifyRule->thenBlock->name = L"me@x.org";
+  ctrl.showRule(notifyRule.get());
   ASSERT_EQ(ctrl.links().size(), 2u);
   EXPECT_EQ(ctrl.links()[0].kind, LinkKind::NotifyMessage);
-  EXPECT_EQ(window.range(ctrl.links()[0].start, ctrl.links()[0].end), L"message");
+  EXPECT_EQ(shown(ctrl.links()[0]), L"message");
   EXPECT_FALSE(ctrl.clickAt(ctrl.links()[0].start));
-  EXPECT_EQ(rule->thenBlock->argument, L"$from$: $subject$\r\n$text$");
+  EXPECT_EQ(notifyRule->thenBlock->argument, L"$from$: $subject$\r\n$text$");
 }
 
-TEST(RuleDescriptionCtrl, WithoutAWindowTheDescriptionIsPlainText) {
+TEST_F(DescriptionCtrlTest, TheTextsForNoRuleCarryNoLinks) {
+  struct Case {
+    const char* name;
+    bool withRule;
+    bool editable;
+    bool several;
+    std::wstring text;
+  };
+  const Case cases[] = {
+      {"no rule", false, true, false, L"Select a rule to see its description."},
+      {"not editable", true, false, false,
+       L"This rule uses conditions that the rule editor cannot show. It can only be edited as a script."},
+      {"several", true, true, true, L"Several rules are selected. Select one rule to see its description."},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    rule->editable = c.editable;
+    EXPECT_TRUE(ctrl.showRule(c.withRule ? rule.get() : nullptr, c.several));
+    EXPECT_EQ(view.richEditText(kId), c.text);
+    EXPECT_TRUE(ctrl.links().empty());
+    EXPECT_TRUE(view.richEditLinks(kId).empty());
+  }
+}
+
+TEST(RuleDescriptionCtrlWithoutControl, KeepsThePlainText) {
+  RecordingDialogView view;
   FakeHost host;
-  RuleDescriptionCtrl ctrl(nullptr, nullptr, &host, nullptr);
+  RuleDescriptionCtrl ctrl(view, zelvo::ui::kNoControl, &host, nullptr);
+  ctrl.attach();
   RulePtr rule = sampleRule();
   rule->thenBlock->next->argument = L"x@y.org";
   EXPECT_TRUE(ctrl.showRule(rule.get()));
