@@ -9,7 +9,6 @@
 #include "base/SizeCast.h"
 #include "sieve/JunkEmailRule.h"
 #include "sieve/OutOfOfficeRule.h"
-#include "sieve/RuleDescription.h"
 #include "sieve/RuleList.h"
 #include "strings/Localization.h"
 #include "ui/SieveScriptDialog.h"
@@ -34,9 +33,20 @@ std::wstring copyName(int n, const std::wstring& rowText) {
 
 }  // namespace details
 
+SieveRulesDialog::RuleEditorFactory SieveRulesDialog::ruleEditor(RuleDescriptionHost* links,
+                                                                 const Sieve::FolderNameTranslator* folders) {
+  return [links, folders](DialogView& view, Sieve::SieveRule& rule) {
+    return std::make_unique<RuleEditorDialog>(view, rule, links, folders);
+  };
+}
+
 SieveRulesDialog::SieveRulesDialog(DialogView& view, _ConfigProperties* config, DialogHost& host,
-                                   RuleEditorFactory editor)
-    : DialogLogic(view), config_(config), host_(host), editor_(std::move(editor)) {
+                                   RuleEditorFactory editor, const Sieve::FolderNameTranslator* folders)
+    : DialogLogic(view),
+      config_(config),
+      host_(host),
+      editor_(std::move(editor)),
+      description_(view, kDescription, nullptr, folders) {
   if (!config_) ZEL_HERE.raise(E_INVALIDARG);
   session_ = getProperty(config_.get(), L"session").toDispatch();
   globalConfig_ = details::queryProperty<IGlobalConfig>(config_.get(), L"globalConfig", IID_IGlobalConfig);
@@ -61,6 +71,7 @@ void SieveRulesDialog::onInitDialog() {
   view().setAnchor(kDescription, anchor::left | anchor::right | anchor::bottom);
   view().setAnchor(kIdOk, anchor::right | anchor::bottom);
   view().setAnchor(kIdCancel, anchor::right | anchor::bottom);
+  description_.attach();
   refresh();
   updateButtons(-1);
 }
@@ -145,7 +156,7 @@ void SieveRulesDialog::updateButtons(int row) {
 }
 
 void SieveRulesDialog::showDescription(Sieve::SieveRule* rule, bool severalSelected) {
-  view().setText(kDescription, Sieve::describeRuleForDisplay(rule, false, false, severalSelected, nullptr));
+  description_.showRule(rule, severalSelected);
 }
 
 int SieveRulesDialog::runEditor(Sieve::SieveRule& rule) {

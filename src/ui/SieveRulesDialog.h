@@ -10,11 +10,15 @@
 
 #include "base/ComRef.h"
 #include "config/PropertyData.h"
+#include "sieve/RuleDescription.h"
 #include "sieve/SieveModel.h"
 #include "store/AddInInterfaces.h"
 #include "store/StoreInterfaces.h"
 #include "ui/DialogHost.h"
 #include "ui/DialogLogic.h"
+#include "ui/RuleDescriptionCtrl.h"
+#include "ui/RuleDescriptionHost.h"
+#include "ui/RuleEditorDialog.h"
 
 namespace zelvo::ui {
 
@@ -32,7 +36,7 @@ class SieveRulesDialog : public DialogLogic {
   static constexpr ControlId kDescriptionLabel = 10020;  // moves with the description
   static constexpr ControlId kList = 10015;
   // The template of the rule editor that Add and Edit open.
-  static constexpr int kRuleEditorTemplateId = 5016;
+  static constexpr int kRuleEditorTemplateId = RuleEditorDialog::kTemplateId;
   // Copies of one rule are numbered up to this; after it no name is left.
   static constexpr int kMaxCopyNumber = 127;
 
@@ -40,9 +44,15 @@ class SieveRulesDialog : public DialogLogic {
   // the rule; the editor changes it in place.
   using RuleEditorFactory = std::function<std::unique_ptr<DialogLogic>(DialogView& view, Sieve::SieveRule& rule)>;
 
+  // The product's rule editor, whose description links open through links; links and
+  // folders may be null (see RuleEditorDialog) and must outlive the factory's use.
+  static RuleEditorFactory ruleEditor(RuleDescriptionHost* links, const Sieve::FolderNameTranslator* folders);
+
   // config's session, store configuration and mail server options are taken here; a
-  // failing query is raised. host runs the nested dialogs; both outlive the dialog.
-  SieveRulesDialog(DialogView& view, _ConfigProperties* config, DialogHost& host, RuleEditorFactory editor);
+  // failing query is raised. host runs the nested dialogs; both outlive the dialog. folders
+  // words the folder paths of the description, and may be null.
+  SieveRulesDialog(DialogView& view, _ConfigProperties* config, DialogHost& host, RuleEditorFactory editor,
+                   const Sieve::FolderNameTranslator* folders = nullptr);
   ~SieveRulesDialog() override;
 
   IDispatch* session() const { return session_.get(); }
@@ -85,6 +95,8 @@ class SieveRulesDialog : public DialogLogic {
   ComRef<AddIn::IMailServerOptions> options_;
   DialogHost& host_;
   RuleEditorFactory editor_;
+  // Shows the selected rule for reading; its values are edited in the rule editor.
+  RuleDescriptionCtrl description_;
   // Both chains are the dialog's own copies, freed with it.
   Sieve::SieveRule* rules_ = nullptr;
   Sieve::SieveRule* reservedRules_ = nullptr;

@@ -10,6 +10,7 @@
 #include "testing/RecordingDialogHost.h"
 #include "testing/RecordingDialogView.h"
 #include "testing/TestEnvironment.h"
+#include "ui/RuleEditorDialog.h"
 #include "ui/SieveRulesDialog.h"
 #include "ui/SieveScriptDialog.h"
 
@@ -173,7 +174,7 @@ TEST_F(RulesDialogTest, SeveralSelectedRowsDisableTheRowButtonsAndSaySoInTheDesc
                        SieveRulesDialog::kMoveUp, SieveRulesDialog::kMoveDown, SieveRulesDialog::kEditAsScript}) {
     EXPECT_FALSE(view.isEnabled(id)) << id;
   }
-  EXPECT_EQ(view.getText(SieveRulesDialog::kDescription),
+  EXPECT_EQ(view.richEditText(SieveRulesDialog::kDescription),
             L"Several rules are selected. Select one rule to see its description.");
 }
 
@@ -268,6 +269,39 @@ TEST_F(RulesDialogTest, AddAppendsWhatTheEditorMadeAndSelectsIt) {
   EXPECT_EQ(selection(), std::vector<int>{2});
   EXPECT_TRUE(view.isEnabled(SieveRulesDialog::kMoveUp));
   EXPECT_EQ(okAndSave(), kJunkEmailRule + keepRule(L"A") + keepRule(L"New"));
+}
+
+TEST_F(RulesDialogTest, TheProductsEditorBuildsTheAddedRule) {
+  ASSERT_EQ(openMailbox(keepRule(L"A")), S_OK);
+  dialog = std::make_unique<SieveRulesDialog>(view, properties(), host, SieveRulesDialog::ruleEditor(nullptr, nullptr));
+  view.attach(*dialog);
+  dialog->initDialog();
+  host.script(kEditorId, [](RecordingDialogView& v, DialogLogic& logic) {
+    // The rows of "on all messages" and of "stop processing more rules".
+    for (auto [list, id] : {std::pair{zelvo::ui::RuleEditorDialog::kConditions, 10},
+                            std::pair{zelvo::ui::RuleEditorDialog::kActions, 8}}) {
+      for (int row = 0; row < v.listViewCount(list); ++row) {
+        if (v.listViewItemData(list, row) == id) v.userClickStateImage(list, row);
+      }
+    }
+    v.setText(zelvo::ui::RuleEditorDialog::kName, L"  Last stop ");
+    logic.command(kIdOk, notify::buttonClicked);
+  });
+  press(SieveRulesDialog::kAdd);
+  ASSERT_EQ(host.shown().size(), 1u);
+  EXPECT_EQ(host.shown()[0].result, kIdOk);
+  EXPECT_EQ(rows(), (Texts{L"A", L"Last stop"}));
+  EXPECT_EQ(okAndSave(), keepRule(L"A") + ruleText(L"Last stop", L"true", L"  stop;\r\n"));
+}
+
+TEST_F(RulesDialogTest, TheDescriptionShowsTheSelectedRule) {
+  open(keepRule(L"A") + ruleText(L"B", L"true", L"  discard;\r\n"));
+  const std::wstring first = view.richEditText(SieveRulesDialog::kDescription);
+  EXPECT_NE(first.find(L"keep it in the Inbox"), std::wstring::npos) << zelvo::testing::utf8(first);
+  click(1);
+  const std::wstring second = view.richEditText(SieveRulesDialog::kDescription);
+  EXPECT_NE(second.find(L"delete it permanently"), std::wstring::npos) << zelvo::testing::utf8(second);
+  EXPECT_TRUE(view.richEditReadOnly(SieveRulesDialog::kDescription));
 }
 
 TEST_F(RulesDialogTest, AddCancelledLeavesTheList) {
