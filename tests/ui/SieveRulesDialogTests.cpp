@@ -460,6 +460,26 @@ INSTANTIATE_TEST_SUITE_P(
                       MoveCase{3, SieveRulesDialog::kMoveDown, {kOutOfOfficeRow, L"A", L"B", L"C"}, 3},    // last
                       MoveCase{0, SieveRulesDialog::kMoveDown, {kOutOfOfficeRow, L"A", L"B", L"C"}, 0}));  // reserved
 
+TEST_F(RulesDialogTest, ASecondOkBeforeTheSaveHandsOverTheSecondList) {
+  open(keepRule(L"A") + keepRule(L"B"));
+  click(1);
+  press(SieveRulesDialog::kMoveUp);
+  press(kIdOk);
+  ASSERT_EQ(object->getSieveStatus(), Sieve::SieveStatus::Modified);
+  // The options page opens the dialog again before its own Apply.
+  RecordingDialogView again;
+  SieveRulesDialog second(again, properties(), host, {});
+  again.attach(second);
+  second.initDialog();
+  again.userClickRow(kList, 0);
+  second.command(SieveRulesDialog::kMoveDown, notify::buttonClicked);
+  second.command(kIdOk, notify::buttonClicked);
+  EXPECT_EQ(again.result(), kIdOk);
+  EXPECT_TRUE(again.failures().empty());
+  applyWhenDirty();
+  EXPECT_EQ(storedScript(), keepRule(L"A") + keepRule(L"B"));
+}
+
 TEST_F(RulesDialogTest, AMovedRuleIsStoredInItsNewPlace) {
   open(kJunkEmailRule + keepRule(L"A") + keepRule(L"B"));
   click(2);
