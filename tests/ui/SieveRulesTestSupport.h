@@ -61,7 +61,9 @@ class MailboxFixture : public ::testing::Test {
   IDispatch* data() const { return static_cast<IDispatch*>(properties()); }
   // What the caller of the dialogs does after them: Apply when the object is dirty.
   void applyWhenDirty() {
-    if (datatest::get(data(), L"Dirty").toBool()) EXPECT_EQ(datatest::call(data(), L"Apply"), S_OK);
+    if (datatest::get(data(), L"Dirty").toBool()) {
+      EXPECT_EQ(datatest::call(data(), L"Apply"), S_OK);
+    }
   }
   std::wstring storedScript() const { return store->mailbox().script; }
 };
