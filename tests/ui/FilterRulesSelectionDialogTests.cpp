@@ -57,12 +57,4 @@ INSTANTIATE_TEST_SUITE_P(Clicks, FilterRulesSelectionChoice,
                                            ChoiceCase{false, kServer, zelvo::ui::kIdCancel, true,
                                                       zelvo::ui::kIdCancel}));
 
-TEST(FilterRulesSelection, ANotificationOtherThanAClickChangesNothing) {
-  RecordingDialogView view;
-  FilterRulesSelectionDialog dialog(view, true);
-  dialog.initDialog();
-  dialog.command(kClient, notify::editSetFocus);
-  EXPECT_TRUE(dialog.useServerRules());
-}
-
 }  // namespace

@@ -154,13 +154,4 @@ TEST_F(ScriptRepairTest, AScriptThatStillDoesNotParseKeepsTheDialogOpen) {
   EXPECT_EQ(storedScript(), keepRule(L"Fixed"));
 }
 
-TEST_F(ScriptRepairTest, WithoutTheReadersMessageThereIsNoQuestionAndNoDialog) {
-  Sieve::SieveParseStatus status;
-  status.line = 3;
-  EXPECT_FALSE(repair.showParseFailure(kParent, status, true));
-  ASSERT_EQ(messages.size(), 1u);
-  EXPECT_EQ(messages[0].text, kUnreadable);
-  EXPECT_EQ(messages[0].style, mb::ok | mb::iconError);
-}
-
 }  // namespace
