@@ -76,7 +76,14 @@ void SieveRulesDialog::onInitDialog() {
   view().setAnchor(kIdOk, anchor::right | anchor::bottom);
   view().setAnchor(kIdCancel, anchor::right | anchor::bottom);
   description_.attach();
-  refresh();
+  try {
+    refresh();
+  } catch (const HResultException&) {
+    // A rule set that did not load leaves nothing to show or add to; the user can only leave.
+    view().beep(Beep::Stop);
+    view().enable(kList, false);
+    view().enable(kAdd, false);
+  }
   updateButtons(-1);
 }
 

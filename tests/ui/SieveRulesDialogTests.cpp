@@ -77,8 +77,9 @@ class RulesDialogTest : public zelvo::ui::test::MailboxFixture {
   RecordingDialogHost host;
   std::unique_ptr<SieveRulesDialog> dialog;
 
-  void open(const std::wstring& script) {
-    ASSERT_EQ(openMailbox(script), S_OK);
+  // The mailbox's rules as the rules command opens them; loads says whether they parse.
+  void open(const std::wstring& script, bool loads = true) {
+    ASSERT_EQ(openMailbox(script), loads ? S_OK : S_FALSE);
     dialog = std::make_unique<SieveRulesDialog>(view, properties(), host, [](DialogView& v, Sieve::SieveRule& rule) {
       return std::make_unique<EditorStandIn>(v, rule);
     });
@@ -479,6 +480,16 @@ TEST_F(RulesDialogTest, AMovedRuleIsStoredInItsNewPlace) {
   click(2);
   press(SieveRulesDialog::kMoveUp);
   EXPECT_EQ(okAndSave(), kJunkEmailRule + keepRule(L"B") + keepRule(L"A"));
+}
+
+TEST_F(RulesDialogTest, ARuleSetThatDidNotLoadGivesTheStopBeepAndNothingToEdit) {
+  open(L"if true {\r\n", false);
+  EXPECT_EQ(view.beeps(), std::vector<zelvo::ui::Beep>{zelvo::ui::Beep::Stop});
+  EXPECT_EQ(rowCount(), 0);
+  for (ControlId id : {kList, SieveRulesDialog::kAdd, SieveRulesDialog::kEdit, SieveRulesDialog::kCopy}) {
+    EXPECT_FALSE(view.isEnabled(id)) << id;
+  }
+  EXPECT_TRUE(view.control(kList).redraw) << "drawing is turned back on";
 }
 
 TEST_F(RulesDialogTest, ADataObjectWithoutAStoreIsRefused) {
