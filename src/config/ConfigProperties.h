@@ -66,10 +66,12 @@ class ConfigProperties final
   IDispatch* session() const { return session_.get(); }
 
   // AddIn::IMailServerOptions: the rule set and the two local options.
-  void STDMETHODCALLTYPE setOutOfOfficeEnabled(bool enabled) override { SieveRules::setOutOfOfficeEnabled(enabled); }
+  void STDMETHODCALLTYPE setOutOfOfficeEnabled(bool enabled) override {
+    changeRules([&] { SieveRules::setOutOfOfficeEnabled(enabled); });
+  }
   bool STDMETHODCALLTYPE getOutOfOfficeEnabled() override { return SieveRules::getOutOfOfficeEnabled(); }
   void STDMETHODCALLTYPE setOutOfOffice(const Sieve::OutOfOfficeParams& params) override {
-    SieveRules::setOutOfOffice(params);
+    changeRules([&] { SieveRules::setOutOfOffice(params); });
   }
   void STDMETHODCALLTYPE getOutOfOffice(Sieve::OutOfOfficeParams& params) override {
     SieveRules::getOutOfOffice(params);
@@ -77,19 +79,23 @@ class ConfigProperties final
   void STDMETHODCALLTYPE setOutOfOfficeControl(IDispatch* control) override {
     outOfOfficeControl_ = ComRef<IDispatch>(control);
   }
-  void STDMETHODCALLTYPE setJunkEmailEnabled(bool enabled) override { SieveRules::setJunkEmailEnabled(enabled); }
+  void STDMETHODCALLTYPE setJunkEmailEnabled(bool enabled) override {
+    changeRules([&] { SieveRules::setJunkEmailEnabled(enabled); });
+  }
   bool STDMETHODCALLTYPE getJunkEmailEnabled() override { return SieveRules::getJunkEmailEnabled(); }
   void STDMETHODCALLTYPE setJunkEmailTrustContacts(bool trust) override {
-    SieveRules::setJunkEmailTrustContacts(trust);
+    changeRules([&] { SieveRules::setJunkEmailTrustContacts(trust); });
   }
   bool STDMETHODCALLTYPE getJunkEmailTrustContacts() override { return SieveRules::getJunkEmailTrustContacts(); }
   void STDMETHODCALLTYPE setJunkEmailTrustedSenders(const std::vector<std::wstring>& senders) override {
-    SieveRules::setJunkEmailTrustedSenders(senders);
+    changeRules([&] { SieveRules::setJunkEmailTrustedSenders(senders); });
   }
   std::vector<std::wstring> STDMETHODCALLTYPE getJunkEmailTrustedSenders() override {
     return SieveRules::getJunkEmailTrustedSenders();
   }
-  void STDMETHODCALLTYPE setRules(Sieve::SieveRule* first) override { SieveRules::setRules(first); }
+  void STDMETHODCALLTYPE setRules(Sieve::SieveRule* first) override {
+    changeRules([&] { SieveRules::setRules(first); });
+  }
   Sieve::SieveRule* STDMETHODCALLTYPE getRules(bool copy) override { return SieveRules::getRules(copy); }
   HRESULT STDMETHODCALLTYPE getSenderSettings(AddIn::ISenderSettings** settings) override;
   // The local options have no state of their own; without marking the object, a page
@@ -113,6 +119,20 @@ class ConfigProperties final
   ~ConfigProperties() override = default;
 
   const RegistryConfig& registry() const { return registry_ ? *registry_ : RegistryConfig::instance(); }
+  // A change of the rule set through the mail server options. The rule set refuses the
+  // move to Modified when it is Modified or Repaired already, after making the change: that
+  // refusal is dropped, so that a second change before a save takes effect. The object is
+  // marked as modified either way.
+  template <class Change>
+  void changeRules(const Change& change) {
+    const Sieve::SieveStatus before = getSieveStatus();
+    try {
+      change();
+    } catch (const HResultException&) {
+      if (before != Sieve::SieveStatus::Modified && before != Sieve::SieveStatus::Repaired) throw;
+    }
+    state_ = kModified;
+  }
   void applySteps();
   void showOutOfOfficeState();
 

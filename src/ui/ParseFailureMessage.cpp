@@ -21,14 +21,20 @@ std::wstring parseFailureText(const Sieve::SieveParseStatus& status, bool askFix
   return text;
 }
 
-bool showParseFailure(DialogView& view, const Sieve::SieveParseStatus& status, bool askFix) {
+bool showParseFailure(const ShowMessage& show, const Sieve::SieveParseStatus& status, bool askFix) {
   const std::wstring caption = Localization::getString(IDS_MESSAGE_TITLE);
   const std::wstring text = parseFailureText(status, askFix);
   if (askFix && hasReaderMessage(status)) {
-    return view.messageBox(text, caption, mb::yesNo | mb::iconExclamation) == kIdYes;
+    return show(text, caption, mb::yesNo | mb::iconExclamation) == kIdYes;
   }
-  view.messageBox(text, caption, mb::ok | mb::iconError);
+  show(text, caption, mb::ok | mb::iconError);
   return false;
+}
+
+bool showParseFailure(DialogView& view, const Sieve::SieveParseStatus& status, bool askFix) {
+  return showParseFailure([&view](const std::wstring& text, const std::wstring& caption,
+                                  UINT style) { return view.messageBox(text, caption, style); },
+                          status, askFix);
 }
 
 }  // namespace zelvo::ui

@@ -24,8 +24,9 @@ std::wstring editLineBreaks(const std::wstring& text) {
   return result;
 }
 
-SieveScriptDialog::SieveScriptDialog(DialogView& view, std::wstring text, bool parseOnOk, bool singleRule)
-    : DialogLogic(view), text_(std::move(text)), parseOnOk_(parseOnOk), singleRule_(singleRule) {}
+SieveScriptDialog::SieveScriptDialog(DialogView& view, std::wstring text, bool parseOnOk, bool singleRule,
+                                     Result* result)
+    : DialogLogic(view), text_(std::move(text)), parseOnOk_(parseOnOk), singleRule_(singleRule), result_(result) {}
 
 Sieve::SieveRule* SieveScriptDialog::getRules(bool copy) const {
   if (!copy || !rules_) return rules_.get();
@@ -35,6 +36,10 @@ Sieve::SieveRule* SieveScriptDialog::getRules(bool copy) const {
 }
 
 void SieveScriptDialog::onInitDialog() {
+  view().enableResizing(0, 0);
+  view().setAnchor(kEdit, anchor::all);
+  view().setAnchor(kIdOk, anchor::right | anchor::bottom);
+  view().setAnchor(kIdCancel, anchor::right | anchor::bottom);
   view().setText(kEdit, editLineBreaks(text_));
   view().setFocus(kEdit);
   view().selectText(kEdit, 0, 0);
@@ -43,8 +48,7 @@ void SieveScriptDialog::onInitDialog() {
 
 void SieveScriptDialog::onOk() {
   if (!parseOnOk_) {
-    text_ = view().getText(kEdit);
-    view().endDialog(kIdOk);
+    accept(view().getText(kEdit));
     return;
   }
   const std::wstring text = view().getText(kEdit);
@@ -61,7 +65,15 @@ void SieveScriptDialog::onOk() {
     rules_.reset();
     return;
   }
-  text_ = text;
+  accept(text);
+}
+
+void SieveScriptDialog::accept(std::wstring text) {
+  text_ = std::move(text);
+  if (result_) {
+    result_->text = text_;
+    result_->rules.reset(getRules(true));
+  }
   view().endDialog(kIdOk);
 }
 

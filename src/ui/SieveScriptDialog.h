@@ -19,9 +19,17 @@ class SieveScriptDialog : public DialogLogic {
   static constexpr int kTemplateId = 5024;
   static constexpr ControlId kEdit = 10025;
 
+  // What OK leaves for a caller whose dialog runs through a DialogHost, and so is gone
+  // when the caller looks: the accepted text, and a copy of the parsed rules (null when
+  // the text held none, or was not parsed).
+  struct Result {
+    std::wstring text;
+    Sieve::RulePtr rules;
+  };
+
   // parseOnOk: OK parses the text and stays open while it does not parse. singleRule: the
-  // text must hold one rule at most.
-  SieveScriptDialog(DialogView& view, std::wstring text, bool parseOnOk, bool singleRule);
+  // text must hold one rule at most. result, when given, is filled when OK is accepted.
+  SieveScriptDialog(DialogView& view, std::wstring text, bool parseOnOk, bool singleRule, Result* result = nullptr);
 
   // The text as the dialog opened with it, or as it was when OK was accepted.
   const std::wstring& text() const { return text_; }
@@ -36,10 +44,12 @@ class SieveScriptDialog : public DialogLogic {
  private:
   // Whether the parsed chain may be taken; otherwise the user was told why not.
   bool acceptParsed();
+  void accept(std::wstring text);
 
   std::wstring text_;
   bool parseOnOk_;
   bool singleRule_;
+  Result* result_;
   Sieve::RulePtr rules_;
 };
 

@@ -70,6 +70,9 @@ TEST_F(ScriptDialogTest, OpeningPutsTheTextIntoTheFocusedEditFieldWithNothingSel
   EXPECT_EQ(view.control(kEdit).selectionStart, 0);
   EXPECT_EQ(view.control(kEdit).selectionEnd, 0);
   EXPECT_EQ(view.control(kEdit).caretScrolls, 1);
+  EXPECT_TRUE(view.resizable());
+  EXPECT_EQ(view.control(kEdit).anchor, zelvo::ui::anchor::all);
+  EXPECT_EQ(view.control(kIdOk).anchor, zelvo::ui::anchor::right | zelvo::ui::anchor::bottom);
 }
 
 TEST_F(ScriptDialogTest, WithoutParsingOkTakesTheTextAsItIs) {
@@ -151,6 +154,23 @@ TEST_F(ScriptDialogTest, AWholeScriptTakesEveryRuleAndACopyIsTheCallers) {
   ASSERT_EQ(count(copy.get()), 2);
   EXPECT_NE(copy.get(), dialog->getRules(false));
   EXPECT_EQ(copy->next->name, L"Second");
+}
+
+TEST_F(ScriptDialogTest, TheResultOutlivesTheDialogOnlyWhenOkWasAccepted) {
+  SieveScriptDialog::Result result;
+  dialog = std::make_unique<SieveScriptDialog>(view, L"", true, false, &result);
+  dialog->initDialog();
+  okWith(L"keep");  // does not parse: nothing is handed out
+  EXPECT_EQ(result.rules, nullptr);
+  EXPECT_EQ(result.text, L"");
+  okWith(kTwoRules);
+  ASSERT_EQ(view.result(), kIdOk);
+  const Sieve::SieveRule* own = dialog->getRules(false);
+  dialog.reset();
+  ASSERT_EQ(count(result.rules.get()), 2);
+  EXPECT_NE(result.rules.get(), own) << "a copy, not the dialog's chain";
+  EXPECT_EQ(result.rules->next->name, L"Second");
+  EXPECT_EQ(result.text, kTwoRules);
 }
 
 struct EditableCase {
