@@ -52,4 +52,14 @@ void DialogLogic::command(ControlId id, int notification) {
   });
 }
 
+bool DialogLogic::notify(ControlId id, const Notification& notification) {
+  bool answer = false;
+  runHandler(view_, [&] { answer = onNotify(id, notification); });
+  return answer;
+}
+
+void DialogLogic::size(int width, int height) {
+  runHandler(view_, [&] { onSize(width, height); });
+}
+
 }  // namespace zelvo::ui

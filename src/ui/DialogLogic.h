@@ -25,6 +25,11 @@ class DialogLogic {
   void initDialog();
   // A command message: a button, or a notification of an edit field or list.
   void command(ControlId id, int notification);
+  // A notification of a control (WM_NOTIFY). The answer goes back to the control: true
+  // keeps a tree item from expanding and a link click from the control's own handling.
+  bool notify(ControlId id, const Notification& notification);
+  // The client area of a resizable dialog has a new size; anchored controls have followed.
+  void size(int width, int height);
 
  protected:
   virtual void onInitDialog() {}
@@ -34,6 +39,16 @@ class DialogLogic {
   virtual void onCommand(ControlId id, int notification) {
     (void)id;
     (void)notification;
+  }
+
+  virtual bool onNotify(ControlId id, const Notification& notification) {
+    (void)id;
+    (void)notification;
+    return false;
+  }
+  virtual void onSize(int width, int height) {
+    (void)width;
+    (void)height;
   }
 
   DialogView& view() const { return view_; }
