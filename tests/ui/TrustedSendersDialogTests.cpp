@@ -1,5 +1,5 @@
-// The trusted senders dialog over a rule set loaded from the reference store:
-// what the user sees while editing, and what OK leaves in the mailbox's script.
+// The trusted senders dialog over a rule set loaded from the reference store: what the
+// user sees while editing, and what OK leaves in the mailbox's script.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -35,16 +35,15 @@ struct FakePicker : zelvo::ui::AddressBookPicker {
   bool answer = true;
   std::wstring address;
   std::vector<unsigned> kinds;
-  bool pick(unsigned kind, std::wstring &result) override {
+  bool pick(unsigned kind, std::wstring& result) override {
     kinds.push_back(kind);
-    if (answer)
-      result = address;
+    if (answer) result = address;
     return answer;
   }
 };
 
 class TrustedSendersTest : public ::testing::Test {
-protected:
+ protected:
   std::unique_ptr<ReferenceStore::Store> store;
   ComRef<IGlobalConfig> config;
   Sieve::SieveRules rules;
@@ -53,9 +52,8 @@ protected:
   FakePicker picker;
   std::unique_ptr<TrustedSendersDialog> dialog;
 
-  // A mailbox whose script trusts these senders, written and read back as the
-  // add-in does.
-  void openMailbox(const Senders &senders, bool trustContacts = false) {
+  // A mailbox whose script trusts these senders, written and read back as the add-in does.
+  void openMailbox(const Senders& senders, bool trustContacts = false) {
     store = std::make_unique<ReferenceStore::Store>();
     config = store->globalConfig();
     {
@@ -69,14 +67,13 @@ protected:
     rules.loadSieveScript(config.get(), false, nullptr);
     openDialog();
   }
-  void openDialog(zelvo::ui::AddressBookPicker *usePicker = nullptr) {
-    dialog = std::make_unique<TrustedSendersDialog>(
-        view, options, usePicker ? usePicker : &picker);
+  void openDialog(zelvo::ui::AddressBookPicker* usePicker = nullptr) {
+    dialog = std::make_unique<TrustedSendersDialog>(view, options, usePicker ? usePicker : &picker);
     dialog->initDialog();
   }
 
   // The user moves into the edit field and types; the field reports each step.
-  void type(const std::wstring &text) {
+  void type(const std::wstring& text) {
     if (view.focus() != kEdit) {
       view.setFocus(kEdit);
       dialog->command(kEdit, notify::editSetFocus);
@@ -86,15 +83,12 @@ protected:
     dialog->command(kEdit, notify::editChange);
   }
   // Enter or an accelerator: the focus stays where it is.
-  void press(zelvo::ui::ControlId id) {
-    dialog->command(id, notify::buttonClicked);
-  }
+  void press(zelvo::ui::ControlId id) { dialog->command(id, notify::buttonClicked); }
   void selectRow(int row) {
     view.listBoxSelect(kList, row);
     dialog->command(kList, notify::listSelChange);
   }
-  // What the mailbox holds once saved, read back from the store by a fresh rule
-  // set.
+  // What the mailbox holds once saved, read back from the store by a fresh rule set.
   std::unique_ptr<Sieve::SieveRules> saved() {
     rules.saveSieveScript(config.get());
     auto fresh = std::make_unique<Sieve::SieveRules>();
@@ -103,12 +97,9 @@ protected:
   }
 };
 
-TEST_F(TrustedSendersTest,
-       OpeningShowsTheStoredListInOrderWithTheFirstSelected) {
-  openMailbox({L"zeta@example.org", L"alpha@example.org", L"example.net"},
-              true);
-  EXPECT_EQ(view.items(kList), (Senders{L"zeta@example.org",
-                                        L"alpha@example.org", L"example.net"}));
+TEST_F(TrustedSendersTest, OpeningShowsTheStoredListInOrderWithTheFirstSelected) {
+  openMailbox({L"zeta@example.org", L"alpha@example.org", L"example.net"}, true);
+  EXPECT_EQ(view.items(kList), (Senders{L"zeta@example.org", L"alpha@example.org", L"example.net"}));
   EXPECT_EQ(view.listBoxSelection(kList), 0);
   EXPECT_TRUE(view.isChecked(kTrustContacts));
   EXPECT_TRUE(view.control(kList).redraw);
@@ -128,33 +119,28 @@ TEST_F(TrustedSendersTest, OpeningAnEmptyListSelectsNothingAndDisablesRemove) {
   EXPECT_FALSE(view.isEnabled(kRemove));
 }
 
-TEST_F(TrustedSendersTest,
-       ARuleSetThatIsNotLoadedGivesTheStopBeepAndDisablesEditing) {
+TEST_F(TrustedSendersTest, ARuleSetThatIsNotLoadedGivesTheStopBeepAndDisablesEditing) {
   store = std::make_unique<ReferenceStore::Store>();
   config = store->globalConfig();
-  openDialog(); // rules never loaded: every getter raises
+  openDialog();  // rules never loaded: every getter raises
   EXPECT_EQ(view.beeps(), std::vector<Beep>{Beep::Stop});
   EXPECT_FALSE(view.isEnabled(kEdit));
   EXPECT_FALSE(view.isEnabled(kList));
-  EXPECT_TRUE(view.control(kList).redraw)
-      << "drawing is turned back on after a failed read";
-  EXPECT_TRUE(view.failures().empty())
-      << "the dialog handles this failure itself";
+  EXPECT_TRUE(view.control(kList).redraw) << "drawing is turned back on after a failed read";
+  EXPECT_TRUE(view.failures().empty()) << "the dialog handles this failure itself";
 }
 
 struct StateCase {
-  const wchar_t *text;
+  const wchar_t* text;
   bool focusInEdit;
   bool addEnabled;
   zelvo::ui::ControlId defaultButton;
 };
 
-class TrustedSendersState : public TrustedSendersTest,
-                            public ::testing::WithParamInterface<StateCase> {};
+class TrustedSendersState : public TrustedSendersTest, public ::testing::WithParamInterface<StateCase> {};
 
 TEST_P(TrustedSendersState, AddAndTheDefaultButtonFollowTheText) {
-  openMailbox(
-      {L"known@example.org", L"example.net", L"m\u00fcller@example.de"});
+  openMailbox({L"known@example.org", L"example.net", L"m\u00fcller@example.de"});
   type(GetParam().text);
   if (!GetParam().focusInEdit) {
     view.setFocus(kList);
@@ -166,22 +152,16 @@ TEST_P(TrustedSendersState, AddAndTheDefaultButtonFollowTheText) {
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, TrustedSendersState,
-    ::testing::Values(
-        StateCase{L"", true, false, kIdOk},                //
-        StateCase{L"  \t ", true, false, kIdOk},           // blanks only
-        StateCase{L"new@example.org", true, true, kAdd},   //
-        StateCase{L"new@example.org", false, true, kIdOk}, // focus elsewhere
-        StateCase{L"KNOWN@Example.ORG", true, false,
-                  kIdOk}, // differs in case only
-        StateCase{L"  known@example.org ", true, false,
-                  kIdOk}, // differs in blanks only
-        StateCase{L"known@example.org.uk", true, true,
-                  kAdd},                     // longer: a new entry
-        StateCase{L"net", true, true, kAdd}, // a part: a new entry
-        StateCase{L"M\u00dcLLER@example.de", true, false,
-                  kIdOk}, // case beyond ASCII
-        StateCase{L"\u00a0known@example.org", true, false,
-                  kIdOk})); // a pasted no-break space
+    ::testing::Values(StateCase{L"", true, false, kIdOk},                           //
+                      StateCase{L"  \t ", true, false, kIdOk},                      // blanks only
+                      StateCase{L"new@example.org", true, true, kAdd},              //
+                      StateCase{L"new@example.org", false, true, kIdOk},            // focus elsewhere
+                      StateCase{L"KNOWN@Example.ORG", true, false, kIdOk},          // differs in case only
+                      StateCase{L"  known@example.org ", true, false, kIdOk},       // differs in blanks only
+                      StateCase{L"known@example.org.uk", true, true, kAdd},         // longer: a new entry
+                      StateCase{L"net", true, true, kAdd},                          // a part: a new entry
+                      StateCase{L"M\u00dcLLER@example.de", true, false, kIdOk},     // case beyond ASCII
+                      StateCase{L"\u00a0known@example.org", true, false, kIdOk}));  // a pasted no-break space
 
 TEST_F(TrustedSendersTest, RemoveFollowsTheSelection) {
   openMailbox({L"a@x.org", L"b@x.org"});
@@ -193,8 +173,7 @@ TEST_F(TrustedSendersTest, RemoveFollowsTheSelection) {
   EXPECT_TRUE(view.isEnabled(kRemove));
 }
 
-TEST_F(TrustedSendersTest,
-       TheListGrowsWithTheFrameAndTheButtonsKeepToItsEdges) {
+TEST_F(TrustedSendersTest, TheListGrowsWithTheFrameAndTheButtonsKeepToItsEdges) {
   view.setWindowSize(400, 300);
   view.moveControl(kList, RECT{10, 80, 300, 240});
   view.moveControl(kRemove, RECT{310, 80, 390, 100});
@@ -227,8 +206,7 @@ TEST_F(TrustedSendersTest, AddingStoresTheTrimmedTextAtTheEnd) {
   openMailbox({L"known@example.org"});
   type(L"   new@example.org\t ");
   press(kAdd);
-  EXPECT_EQ(view.items(kList),
-            (Senders{L"known@example.org", L"new@example.org"}));
+  EXPECT_EQ(view.items(kList), (Senders{L"known@example.org", L"new@example.org"}));
   EXPECT_EQ(view.listBoxSelection(kList), 1);
   EXPECT_EQ(view.getText(kEdit), L"");
   EXPECT_EQ(view.focus(), kEdit);
@@ -236,21 +214,17 @@ TEST_F(TrustedSendersTest, AddingStoresTheTrimmedTextAtTheEnd) {
   EXPECT_EQ(view.defaultButton(), kIdOk);
   press(kIdOk);
   EXPECT_EQ(view.result(), kIdOk);
-  EXPECT_EQ(saved()->getJunkEmailTrustedSenders(),
-            (Senders{L"known@example.org", L"new@example.org"}));
+  EXPECT_EQ(saved()->getJunkEmailTrustedSenders(), (Senders{L"known@example.org", L"new@example.org"}));
 }
 
 TEST_F(TrustedSendersTest, AnEntryDifferingOnlyInCaseIsRefusedWithTheBeep) {
-  openMailbox(
-      {L"first@example.org", L"known@example.org", L"last@example.org"});
+  openMailbox({L"first@example.org", L"known@example.org", L"last@example.org"});
   type(L"Known@EXAMPLE.org");
-  press(
-      kAdd); // the button is disabled, but Enter in a stale state still arrives
+  press(kAdd);  // the button is disabled, but Enter in a stale state still arrives
   EXPECT_EQ(view.beeps(), std::vector<Beep>{Beep::Exclamation});
   EXPECT_EQ(view.listBoxSelection(kList), 1);
   EXPECT_EQ(view.listBoxCount(kList), 3);
-  EXPECT_EQ(view.getText(kEdit), L"Known@EXAMPLE.org")
-      << "the text stays for the user to correct";
+  EXPECT_EQ(view.getText(kEdit), L"Known@EXAMPLE.org") << "the text stays for the user to correct";
 }
 
 TEST_F(TrustedSendersTest, AddingBlanksDoesNothing) {
@@ -268,9 +242,7 @@ struct RemoveCase {
   zelvo::ui::ControlId focus;
 };
 
-class TrustedSendersRemove : public TrustedSendersTest,
-                             public ::testing::WithParamInterface<RemoveCase> {
-};
+class TrustedSendersRemove : public TrustedSendersTest, public ::testing::WithParamInterface<RemoveCase> {};
 
 TEST_P(TrustedSendersRemove, TheSelectionAndFocusMoveOn) {
   openMailbox({L"a@x.org", L"b@x.org", L"c@x.org"});
@@ -282,21 +254,19 @@ TEST_P(TrustedSendersRemove, TheSelectionAndFocusMoveOn) {
   EXPECT_TRUE(view.isEnabled(kRemove));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, TrustedSendersRemove,
-    ::testing::Values(RemoveCase{0, {L"b@x.org", L"c@x.org"}, 0, kList},
-                      RemoveCase{1, {L"a@x.org", L"c@x.org"}, 1, kList},
-                      RemoveCase{2, {L"a@x.org", L"b@x.org"}, 1, kList}));
+INSTANTIATE_TEST_SUITE_P(Rows, TrustedSendersRemove,
+                         ::testing::Values(RemoveCase{0, {L"b@x.org", L"c@x.org"}, 0, kList},
+                                           RemoveCase{1, {L"a@x.org", L"c@x.org"}, 1, kList},
+                                           RemoveCase{2, {L"a@x.org", L"b@x.org"}, 1, kList}));
 
-TEST_F(TrustedSendersTest,
-       RemovingTheLastEntryMovesTheFocusToTheEditFieldAndStoresAnEmptyList) {
+TEST_F(TrustedSendersTest, RemovingTheLastEntryMovesTheFocusToTheEditFieldAndStoresAnEmptyList) {
   openMailbox({L"only@x.org"}, true);
   press(kRemove);
   EXPECT_EQ(view.listBoxCount(kList), 0);
   EXPECT_EQ(view.listBoxSelection(kList), kNoItem);
   EXPECT_EQ(view.focus(), kEdit);
   EXPECT_FALSE(view.isEnabled(kRemove));
-  press(kRemove); // nothing selected: nothing happens
+  press(kRemove);  // nothing selected: nothing happens
   EXPECT_TRUE(view.failures().empty());
   press(kIdOk);
   EXPECT_EQ(saved()->getJunkEmailTrustedSenders(), Senders{});
@@ -327,7 +297,7 @@ TEST_F(TrustedSendersTest, CancelStoresNothing) {
 
 TEST_F(TrustedSendersTest, AFailedOkBeepsAndStaysOpen) {
   openMailbox({L"a@x.org"});
-  rules.clear(); // the setters now raise
+  rules.clear();  // the setters now raise
   press(kIdOk);
   EXPECT_FALSE(view.result().has_value());
   EXPECT_EQ(view.beeps(), std::vector<Beep>{Beep::Exclamation});
@@ -340,8 +310,7 @@ TEST_F(TrustedSendersTest, TheAddressBookFillsTheEditField) {
   picker.address = L"picked@example.org";
   view.setFocus(kEdit);
   press(kAddressBook);
-  EXPECT_EQ(picker.kinds,
-            std::vector<unsigned>{TrustedSendersDialog::kAddressBookKind});
+  EXPECT_EQ(picker.kinds, std::vector<unsigned>{TrustedSendersDialog::kAddressBookKind});
   EXPECT_EQ(view.getText(kEdit), L"picked@example.org");
   EXPECT_TRUE(view.isEnabled(kAdd));
   EXPECT_EQ(view.defaultButton(), kAdd);
@@ -349,8 +318,7 @@ TEST_F(TrustedSendersTest, TheAddressBookFillsTheEditField) {
   picker.answer = false;
   picker.address = L"other@example.org";
   press(kAddressBook);
-  EXPECT_EQ(view.getText(kEdit), L"picked@example.org")
-      << "a cancelled address book changes nothing";
+  EXPECT_EQ(view.getText(kEdit), L"picked@example.org") << "a cancelled address book changes nothing";
 }
 
 TEST_F(TrustedSendersTest, WithoutAnAddressBookTheButtonIsDisabled) {
@@ -364,4 +332,4 @@ TEST_F(TrustedSendersTest, WithoutAnAddressBookTheButtonIsDisabled) {
   EXPECT_TRUE(view.failures().empty());
 }
 
-} // namespace
+}  // namespace
