@@ -13,13 +13,14 @@ TrustedSendersDialog::TrustedSendersDialog(DialogView& view, AddIn::IMailServerO
     : DialogLogic(view), options_(options), picker_(picker) {}
 
 void TrustedSendersDialog::onInitDialog() {
-  // The list takes what the frame gives; the buttons keep to the right and the bottom.
+  // The list grows with the frame; the buttons keep to its right, OK and Cancel to the
+  // corner.
   view().enableResizing(0, 0);
   view().setAnchor(kList, anchor::all);
   view().setAnchor(kEdit, anchor::left | anchor::top | anchor::right);
-  for (const ControlId id : {kAdd, kAddressBook, kRemove}) view().setAnchor(id, anchor::top | anchor::right);
+  for (ControlId button : {kAdd, kRemove, kAddressBook}) view().setAnchor(button, anchor::top | anchor::right);
   view().setAnchor(kTrustContacts, anchor::left | anchor::bottom);
-  for (const ControlId id : {kIdOk, kIdCancel}) view().setAnchor(id, anchor::right | anchor::bottom);
+  for (ControlId button : {kIdOk, kIdCancel}) view().setAnchor(button, anchor::right | anchor::bottom);
   view().enable(kAddressBook, picker_ != nullptr);
   try {
     readSenders();

@@ -77,6 +77,9 @@ INT_PTR dispatch(HWND dialog, UINT message, WPARAM wParam, LPARAM lParam) {
       return FALSE;
     case kShownMessage:
       if (session->shown) {
+        // The dialog manager shows the dialog once its queue is idle; this message came
+        // first.
+        if (!IsWindowVisible(dialog)) ShowWindow(dialog, SW_SHOWNORMAL);
         UpdateWindow(dialog);
         ui::runHandler(session->view, [&] { session->shown(dialog, session->view, *session->logic); });
       }

@@ -531,7 +531,10 @@ bool Win32DialogView::dateTimeGet(ui::ControlId id, SYSTEMTIME& value) const {
 }
 
 void Win32DialogView::dateTimeSet(ui::ControlId id, const SYSTEMTIME* value) {
-  if (!SendMessageW(item(id), DTM_SETSYSTEMTIME, value ? GDT_VALID : GDT_NONE, reinterpret_cast<LPARAM>(value))) {
+  // Some pickers want a time even for none.
+  const SYSTEMTIME unused{};
+  if (!SendMessageW(item(id), DTM_SETSYSTEMTIME, value ? GDT_VALID : GDT_NONE,
+                    reinterpret_cast<LPARAM>(value ? value : &unused))) {
     ZEL_HERE.raiseFormatted(E_INVALIDARG, "Date picker %1% refused the value", id);
   }
 }
@@ -663,8 +666,14 @@ void Win32DialogView::setAnchor(ui::ControlId id, UINT edges) { anchorAt(id, edg
 void Win32DialogView::enableResizing(int minWidth, int minHeight) {
   const LONG_PTR style = GetWindowLongPtrW(dialog_, GWL_STYLE);
   if (!(style & WS_THICKFRAME)) {
+    // The thicker frame goes around the client area as it is, so that nothing moves.
+    const ui::Extent client = clientSize();
+    RECT outer{0, 0, client.width, client.height};
+    AdjustWindowRectEx(&outer, static_cast<DWORD>(style | WS_THICKFRAME), FALSE,
+                       static_cast<DWORD>(GetWindowLongPtrW(dialog_, GWL_EXSTYLE)));
     SetWindowLongPtrW(dialog_, GWL_STYLE, style | WS_THICKFRAME);
-    SetWindowPos(dialog_, nullptr, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_FRAMECHANGED);
+    SetWindowPos(dialog_, nullptr, 0, 0, outer.right - outer.left, outer.bottom - outer.top,
+                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_FRAMECHANGED);
   }
   const ui::Extent now = windowSize();
   minimum_ = {minWidth > 0 ? minWidth : now.width, minHeight > 0 ? minHeight : now.height};
