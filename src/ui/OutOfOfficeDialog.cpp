@@ -1,8 +1,10 @@
 #include "ui/OutOfOfficeDialog.h"
 
-#include <boost/algorithm/string/trim.hpp>
+#include <iterator>
 #include <locale>
 #include <utility>
+
+#include <boost/algorithm/string/trim.hpp>
 
 #include "base/Bstr.h"
 #include "base/HResultException.h"
@@ -283,8 +285,7 @@ bool OutOfOfficeDialog::readRange() {
     ZEL_HERE.raise(E_UNEXPECTED, L"A date picker of the range shows no date");
   const SYSTEMTIME start = joinDateAndTime(startDate, startTime);
   const SYSTEMTIME end = joinDateAndTime(endDate, endTime);
-  // The order is that of the wall clock the user sees, not of the moments the zone makes of
-  // it.
+  // The ends are compared as the user sees them, on the wall clock, not as moments.
   if (record_.rangeEnabled && !(timezone::DateTime(start) < timezone::DateTime(end))) {
     view().messageBox(Localization::getString(details::kEndBeforeStartWarning),
                       Localization::getString(details::kMessageCaption), mb::ok | mb::iconExclamation);
