@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "RulesMailServerOptions.h"
+#include "base/HResultException.h"
 #include "sieve/SieveRules.h"
 #include "store/reference/ReferenceStore.h"
 #include "testing/RecordingDialogView.h"
@@ -302,6 +303,21 @@ TEST_F(TrustedSendersTest, TheAddressBookFillsTheEditField) {
   picker.address = L"other@example.org";
   press(kAddressBook);
   EXPECT_EQ(view.getText(kEdit), L"picked@example.org") << "a cancelled address book changes nothing";
+}
+
+TEST_F(TrustedSendersTest, OnADataObjectItTakesItsMailServerOptions) {
+  openMailbox({L"a@x.org"});
+  TrustedSendersDialog onData(view, static_cast<IUnknown*>(&options), nullptr);
+  onData.initDialog();
+  EXPECT_EQ(view.items(kList), Senders{L"a@x.org"});
+  for (IUnknown* data : {static_cast<IUnknown*>(config.get()), static_cast<IUnknown*>(nullptr)}) {
+    try {
+      TrustedSendersDialog refused(view, data, nullptr);
+      ADD_FAILURE() << "made on an object without mail server options";
+    } catch (const HResultException& e) {
+      EXPECT_EQ(e.getHResult(), E_NOINTERFACE);
+    }
+  }
 }
 
 TEST_F(TrustedSendersTest, WithoutAnAddressBookTheButtonIsDisabled) {
