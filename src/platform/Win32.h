@@ -40,4 +40,5 @@
 #include "platform/linux/Shell.h"
 #include "platform/linux/User.h"
 #include "platform/linux/ToolHelp.h"
+#include "platform/linux/Locale.h"
 #endif

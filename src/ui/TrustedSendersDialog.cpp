@@ -12,6 +12,12 @@ TrustedSendersDialog::TrustedSendersDialog(DialogView& view, AddIn::IMailServerO
                                            AddressBookPicker* picker)
     : DialogLogic(view), options_(options), picker_(picker) {}
 
+TrustedSendersDialog::TrustedSendersDialog(DialogView& view, IUnknown* data, AddressBookPicker* picker)
+    : DialogLogic(view),
+      held_(ComRef<IUnknown>(data).as<AddIn::IMailServerOptions>(AddIn::IID_IMailServerOptions)),
+      options_(*held_.get()),
+      picker_(picker) {}
+
 void TrustedSendersDialog::onInitDialog() {
   // The list grows with the frame; the buttons keep to its right, OK and Cancel to the
   // corner.

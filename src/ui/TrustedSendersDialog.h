@@ -2,6 +2,7 @@
 // is trusted too. Edits a copy of the list; OK stores both through the mail server options.
 #pragma once
 
+#include "base/ComRef.h"
 #include "sieve/TrustedSenderList.h"
 #include "store/AddInInterfaces.h"
 #include "ui/AddressBookPicker.h"
@@ -25,6 +26,9 @@ class TrustedSendersDialog : public DialogLogic {
   // The caller keeps options alive while the dialog runs. Without a picker the address
   // book button is disabled.
   TrustedSendersDialog(DialogView& view, AddIn::IMailServerOptions& options, AddressBookPicker* picker);
+  // On the data object of the options pages, held while the dialog lives. An object without
+  // mail server options, or none, raises E_NOINTERFACE.
+  TrustedSendersDialog(DialogView& view, IUnknown* data, AddressBookPicker* picker);
 
  protected:
   void onInitDialog() override;
@@ -39,6 +43,7 @@ class TrustedSendersDialog : public DialogLogic {
   void removeSender();
   void pickFromAddressBook();
 
+  ComRef<AddIn::IMailServerOptions> held_;  // set when made on a data object
   AddIn::IMailServerOptions& options_;
   AddressBookPicker* picker_;
   // The entries in the order the list shows them: the list has no sort style, so its rows

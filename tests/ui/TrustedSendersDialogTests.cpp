@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "RulesMailServerOptions.h"
+#include "base/HResultException.h"
 #include "sieve/SieveRules.h"
 #include "store/reference/ReferenceStore.h"
 #include "testing/RecordingDialogView.h"
@@ -140,7 +141,7 @@ struct StateCase {
 class TrustedSendersState : public TrustedSendersTest, public ::testing::WithParamInterface<StateCase> {};
 
 TEST_P(TrustedSendersState, AddAndTheDefaultButtonFollowTheText) {
-  openMailbox({L"known@example.org", L"example.net"});
+  openMailbox({L"known@example.org", L"example.net", L"m\u00fcller@example.de"});
   type(GetParam().text);
   if (!GetParam().focusInEdit) {
     view.setFocus(kList);
@@ -152,14 +153,26 @@ TEST_P(TrustedSendersState, AddAndTheDefaultButtonFollowTheText) {
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, TrustedSendersState,
-    ::testing::Values(StateCase{L"", true, false, kIdOk},                       //
-                      StateCase{L"  \t ", true, false, kIdOk},                  // blanks only
-                      StateCase{L"new@example.org", true, true, kAdd},          //
-                      StateCase{L"new@example.org", false, true, kIdOk},        // focus elsewhere
-                      StateCase{L"KNOWN@Example.ORG", true, false, kIdOk},      // differs in case only
-                      StateCase{L"  known@example.org ", true, false, kIdOk},   // differs in blanks only
-                      StateCase{L"known@example.org.uk", true, true, kAdd},     // longer: a new entry
-                      StateCase{L"net", true, true, kAdd}));                    // a part: a new entry
+    ::testing::Values(StateCase{L"", true, false, kIdOk},                           //
+                      StateCase{L"  \t ", true, false, kIdOk},                      // blanks only
+                      StateCase{L"new@example.org", true, true, kAdd},              //
+                      StateCase{L"new@example.org", false, true, kIdOk},            // focus elsewhere
+                      StateCase{L"KNOWN@Example.ORG", true, false, kIdOk},          // differs in case only
+                      StateCase{L"  known@example.org ", true, false, kIdOk},       // differs in blanks only
+                      StateCase{L"known@example.org.uk", true, true, kAdd},         // longer: a new entry
+                      StateCase{L"net", true, true, kAdd},                          // a part: a new entry
+                      StateCase{L"M\u00dcLLER@example.de", true, false, kIdOk},     // case beyond ASCII
+                      StateCase{L"\u00a0known@example.org", true, false, kIdOk}));  // a pasted no-break space
+
+TEST_F(TrustedSendersTest, RemoveFollowsTheSelection) {
+  openMailbox({L"a@x.org", L"b@x.org"});
+  selectRow(zelvo::ui::kNoItem);
+  EXPECT_FALSE(view.isEnabled(kRemove));
+  press(kRemove);
+  EXPECT_EQ(view.listBoxCount(kList), 2);
+  selectRow(1);
+  EXPECT_TRUE(view.isEnabled(kRemove));
+}
 
 TEST_F(TrustedSendersTest, TheDefaultButtonIsSetOnlyWhenItChanges) {
   openMailbox({L"known@example.org"});
@@ -290,6 +303,21 @@ TEST_F(TrustedSendersTest, TheAddressBookFillsTheEditField) {
   picker.address = L"other@example.org";
   press(kAddressBook);
   EXPECT_EQ(view.getText(kEdit), L"picked@example.org") << "a cancelled address book changes nothing";
+}
+
+TEST_F(TrustedSendersTest, OnADataObjectItTakesItsMailServerOptions) {
+  openMailbox({L"a@x.org"});
+  TrustedSendersDialog onData(view, static_cast<IUnknown*>(&options), nullptr);
+  onData.initDialog();
+  EXPECT_EQ(view.items(kList), Senders{L"a@x.org"});
+  for (IUnknown* data : {static_cast<IUnknown*>(config.get()), static_cast<IUnknown*>(nullptr)}) {
+    try {
+      TrustedSendersDialog refused(view, data, nullptr);
+      ADD_FAILURE() << "made on an object without mail server options";
+    } catch (const HResultException& e) {
+      EXPECT_EQ(e.getHResult(), E_NOINTERFACE);
+    }
+  }
 }
 
 TEST_F(TrustedSendersTest, WithoutAnAddressBookTheButtonIsDisabled) {

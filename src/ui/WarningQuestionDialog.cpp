@@ -1,0 +1,33 @@
+#include "ui/WarningQuestionDialog.h"
+
+#include <utility>
+
+#include "strings/Localization.h"
+
+namespace zelvo::ui {
+
+namespace details {
+constexpr unsigned kDefaultTitle = 2;
+}  // namespace details
+
+WarningQuestionDialog::WarningQuestionDialog(DialogView& view, std::wstring title, std::wstring message,
+                                             std::wstring confirmText, std::wstring cancelText)
+    : DialogLogic(view),
+      title_(std::move(title)),
+      message_(std::move(message)),
+      confirmText_(std::move(confirmText)),
+      cancelText_(std::move(cancelText)) {}
+
+void WarningQuestionDialog::onInitDialog() {
+  view().setIcon(kIconId);
+  view().setTitle(title_.empty() ? Localization::getString(details::kDefaultTitle) : title_);
+  view().setText(kMessage, message_);
+  view().setText(kIdCancel, cancelText_);
+  if (confirmText_.empty()) {
+    view().destroyControl(kIdOk);
+  } else {
+    view().setText(kIdOk, confirmText_);
+  }
+}
+
+}  // namespace zelvo::ui
