@@ -24,6 +24,8 @@ namespace OutlookStandIn {
 // _Explorer and _Inspector of the host's type library.
 const IID IID_OutlookExplorer = {0x00063003, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_OutlookInspector = {0x00063005, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_OutlookMailItem = {0x00063034, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
+const IID IID_OutlookFolder = {0x00063006, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_ApplicationEvents = {0x0006304E, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_ApplicationEvents_11 = {0x0006302C, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_ExplorerEvents_10 = {0x0006300F, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
@@ -184,6 +186,8 @@ struct HostState {
   std::shared_ptr<AddInState> addIn = std::make_shared<AddInState>();
   std::shared_ptr<PagesState> lastDialog;
   std::vector<std::wstring> ribbonInvalidations;
+  // DefaultItemType of folders by store and path; a folder not listed holds mail.
+  std::map<std::pair<size_t, std::wstring>, LONG> itemTypes;
 
   ComRef<IDispatch> active(const std::vector<std::shared_ptr<Window>>& windows) const {
     return windows.empty() ? ComRef<IDispatch>() : windows.back()->object;
@@ -357,6 +361,76 @@ class MapiFolder final
   }
   HRESULT STDMETHODCALLTYPE SaveContentsSort(LPSSortOrderSet, ULONG) override { return MAPI_E_NO_SUPPORT; }
   HRESULT STDMETHODCALLTYPE EmptyFolder(FolderUiParam, LPMAPIPROGRESS, ULONG) override { return MAPI_E_NO_SUPPORT; }
+};
+
+// The bytes of an entry id text; none when it is not hexadecimal.
+std::optional<std::string> bytesOfHex(const std::wstring& text) {
+  if (text.size() % 2) return std::nullopt;
+  std::string bytes;
+  for (size_t i = 0; i < text.size(); i += 2) {
+    int digits[2];
+    for (int k = 0; k < 2; ++k) {
+      const wchar_t c = static_cast<wchar_t>(std::towupper(text[i + k]));
+      digits[k] = c >= L'0' && c <= L'9' ? c - L'0' : c >= L'A' && c <= L'F' ? c - L'A' + 10 : -1;
+      if (digits[k] < 0) return std::nullopt;
+    }
+    bytes.push_back(static_cast<char>(digits[0] * 16 + digits[1]));
+  }
+  return bytes;
+}
+
+// The MAPI object behind an item: GetProps answers its entry id, in one block of the MAPI
+// allocator as a message store's would; every other tag is missing.
+class ItemProp final : public iui_::IUnknownImpl<MapiPropNoSupport<IMAPIProp>> {
+ public:
+  ItemProp(std::shared_ptr<HostState> state, std::wstring entryId)
+      : state_(std::move(state)), entryId_(std::move(entryId)) {}
+
+  HRESULT STDMETHODCALLTYPE GetProps(LPSPropTagArray tags, ULONG, ULONG* count, LPSPropValue* values) override {
+    if (!count || !values) return E_POINTER;
+    *count = 0;
+    *values = nullptr;
+    const HRESULT hr = state_->enter(L"IMessage", L"GetProps");
+    if (FAILED(hr)) return hr;
+    if (!tags || tags->cValues == 0) return E_INVALIDARG;
+    const std::optional<std::string> bytes = bytesOfHex(entryId_);
+    LPSPropValue block = nullptr;
+    if (FAILED(MAPIAllocateBuffer(static_cast<ULONG>(tags->cValues * sizeof(SPropValue)),
+                                  reinterpret_cast<LPVOID*>(&block))) ||
+        !block)
+      return E_OUTOFMEMORY;
+    std::memset(block, 0, tags->cValues * sizeof(SPropValue));
+    HRESULT result = S_OK;
+    for (ULONG i = 0; i < tags->cValues; ++i) {
+      const ULONG tag = tags->aulPropTag[i];
+      if (tag != PR_ENTRYID || !bytes || bytes->empty()) {
+        block[i].ulPropTag = PROP_TAG(PT_ERROR, PROP_ID(tag));
+        block[i].Value.err = MAPI_E_NOT_FOUND;
+        result = MAPI_W_ERRORS_RETURNED;
+        continue;
+      }
+      LPVOID data = nullptr;
+      if (FAILED(MAPIAllocateMore(static_cast<ULONG>(bytes->size()), block, &data)) || !data) {
+        MAPIFreeBuffer(block);
+        return E_OUTOFMEMORY;
+      }
+      std::memcpy(data, bytes->data(), bytes->size());
+      block[i].ulPropTag = tag;
+      block[i].Value.bin.cb = static_cast<ULONG>(bytes->size());
+      block[i].Value.bin.lpb = static_cast<LPBYTE>(data);
+    }
+    *count = tags->cValues;
+    *values = block;
+    return result;
+  }
+  HRESULT STDMETHODCALLTYPE OpenProperty(ULONG, LPCIID, ULONG, ULONG, LPUNKNOWN* out) override {
+    if (out) *out = nullptr;
+    return MAPI_E_NO_SUPPORT;
+  }
+
+ private:
+  std::shared_ptr<HostState> state_;
+  std::wstring entryId_;
 };
 
 // The session's store table: a snapshot of the profile's stores when it was made, with
@@ -719,29 +793,52 @@ VARIANT borrowed(IDispatch* object) {
 // Default folders by the host's folder type, from the profile.
 ComRef<IDispatch> defaultFolder(const std::shared_ptr<HostState>& state, LONG type);
 
-class MailItem final : public HostObject<MailItem> {
+// An item of a folder: mail, which answers _MailItem, or an appointment, which doesn't.
+template <bool Mail>
+class Item final : public HostObject<Item<Mail>> {
  public:
-  MailItem(std::shared_ptr<HostState> state, std::wstring entryId)
-      : HostObject(std::move(state)), entryId_(std::move(entryId)) {}
-  static const zelvo::DispatchTable<MailItem>& dispatchTable() {
-    static const zelvo::DispatchTable<MailItem> table({
+  Item(std::shared_ptr<HostState> state, ItemSpec spec) : HostObject<Item>(std::move(state)), spec_(std::move(spec)) {}
+  Item(std::shared_ptr<HostState> state, std::wstring entryId) : Item(std::move(state), ItemSpec{std::move(entryId)}) {}
+  static const IID* ownInterface() { return Mail ? &IID_OutlookMailItem : nullptr; }
+  static const wchar_t* objectName() { return Mail ? L"MailItem" : L"AppointmentItem"; }
+  static const zelvo::DispatchTable<Item>& dispatchTable() {
+    static const zelvo::DispatchTable<Item> table({
         {L"EntryID", 0xF01E, DISPATCH_PROPERTYGET, 0,
-         [](MailItem& m, zelvo::DispatchCall& c) {
-           m.state_->call(L"MailItem", L"EntryID");
-           c.result = Variant::fromText(m.entryId_);
+         [](Item& m, zelvo::DispatchCall& c) {
+           m.state_->call(objectName(), L"EntryID");
+           c.result = Variant::fromText(m.spec_.entryId);
+         }},
+        {L"MAPIOBJECT", 0xF061, DISPATCH_PROPERTYGET, 0,
+         [](Item& m, zelvo::DispatchCall& c) {
+           m.state_->call(objectName(), L"MAPIOBJECT");
+           const ComRef<IMAPIProp> prop = ComRef<IMAPIProp>::adopt(new ItemProp(m.state_, m.spec_.entryId));
+           c.result = Variant::fromUnknown(prop.get());
+         }},
+        {L"Sent", 0xF022, DISPATCH_PROPERTYGET, 0,
+         [](Item& m, zelvo::DispatchCall& c) {
+           m.state_->call(objectName(), L"Sent");
+           c.result = Variant::fromBool(m.spec_.sent);
+         }},
+        {L"Parent", 0xF001, DISPATCH_PROPERTYGET, 0,
+         [](Item& m, zelvo::DispatchCall& c) {
+           m.state_->call(objectName(), L"Parent");
+           c.result = Variant::fromDispatch(m.spec_.parent.get());
          }},
     });
     return table;
   }
 
  private:
-  std::wstring entryId_;
+  ItemSpec spec_;
 };
+using MailItem = Item<true>;
+using AppointmentItem = Item<false>;
 
 class Folder final : public HostObject<Folder> {
  public:
   Folder(std::shared_ptr<HostState> state, size_t store, std::wstring path, std::string entryId)
       : HostObject(std::move(state)), store_(store), path_(std::move(path)), entryId_(std::move(entryId)) {}
+  static const IID* ownInterface() { return &IID_OutlookFolder; }
   static const zelvo::DispatchTable<Folder>& dispatchTable() {
     static const zelvo::DispatchTable<Folder> table({
         {L"EntryID", 0xF01E, DISPATCH_PROPERTYGET, 0,
@@ -760,7 +857,8 @@ class Folder final : public HostObject<Folder> {
         {L"DefaultItemType", 0x3106, DISPATCH_PROPERTYGET, 0,
          [](Folder& f, zelvo::DispatchCall& c) {
            f.state_->call(L"MAPIFolder", L"DefaultItemType");
-           c.result = Variant::fromInt32(0);  // olMailItem
+           const auto found = f.state_->itemTypes.find({f.store_, f.path_});
+           c.result = Variant::fromInt32(found == f.state_->itemTypes.end() ? 0 : found->second);  // 0: olMailItem
          }},
         {L"Name", 0x3001, DISPATCH_PROPERTYGET, 0,
          [](Folder& f, zelvo::DispatchCall& c) {
@@ -1418,6 +1516,13 @@ const zelvo::DispatchTable<Application>& Application::dispatchTable() {
          a.state_->call(L"Application", L"ActiveInspector");
          c.result = Variant::fromDispatch(a.state_->active(a.state_->inspectors).get());
        }},
+      {L"ActiveWindow", 0x114, DISPATCH_METHOD, 0,
+       [](Application& a, zelvo::DispatchCall& c) {
+         a.state_->call(L"Application", L"ActiveWindow");
+         // A read or compose window opens above the explorers.
+         const ComRef<IDispatch> inspector = a.state_->active(a.state_->inspectors);
+         c.result = Variant::fromDispatch(inspector ? inspector.get() : a.state_->active(a.state_->explorers).get());
+       }},
       {L"Explorers", 0x119, DISPATCH_PROPERTYGET, 0,
        [](Application& a, zelvo::DispatchCall& c) {
          a.state_->call(L"Application", L"Explorers");
@@ -1539,6 +1644,22 @@ ComRef<IDispatch> StandIn::folder(size_t storeIndex, const std::wstring& path) {
 }
 
 ComRef<IDispatch> StandIn::mailItem(const std::wstring& entryIdText) { return make<MailItem>(state_, entryIdText); }
+
+ComRef<IDispatch> StandIn::item(const ItemSpec& spec) {
+  return spec.mail ? make<MailItem>(state_, spec) : make<AppointmentItem>(state_, spec);
+}
+
+void StandIn::setDefaultItemType(size_t storeIndex, const std::wstring& path, LONG type) {
+  state_->slot(storeIndex);
+  state_->itemTypes[{storeIndex, path}] = type;
+}
+
+void StandIn::select(std::vector<ComRef<IDispatch>> items) {
+  if (state_->explorers.empty()) ZEL_HERE.raise(E_INVALIDARG, L"no explorer to select in");
+  Window& explorer = *state_->explorers.back();
+  explorer.selection = std::move(items);
+  explorer.events->fire(EventId::SelectionChange, {});
+}
 
 ReferenceStore::Store& StandIn::store(size_t storeIndex) {
   StoreSlot& slot = state_->slot(storeIndex);

@@ -40,6 +40,9 @@ namespace OutlookStandIn {
 // The host's dispinterfaces that its windows answer besides IDispatch.
 extern const IID IID_OutlookExplorer;
 extern const IID IID_OutlookInspector;
+// _MailItem and MAPIFolder, which a mail item and a folder answer.
+extern const IID IID_OutlookMailItem;
+extern const IID IID_OutlookFolder;
 // Of the shared office type library: _CommandBarButton, and the ribbon's dispinterfaces.
 extern const IID IID_CommandBarButton;
 extern const IID IID_IRibbonUI;
@@ -80,6 +83,17 @@ constexpr DISPID SyncEnd = 0xF004;
 struct HostState;
 struct Window;
 
+// An item of the host's making: mail, sent unless it is a draft, or an item of another kind
+// (an appointment) that answers no _MailItem. Its MAPIOBJECT answers PR_ENTRYID with the
+// bytes of the entry id text (hexadecimal); a text that isn't, or an empty one, leaves the
+// property missing. Parent is the folder given, or nothing.
+struct ItemSpec {
+  std::wstring entryId;
+  bool mail = true;
+  bool sent = true;
+  ComRef<IDispatch> parent;
+};
+
 class StandIn {
  public:
   explicit StandIn(const Profile& profile);
@@ -100,6 +114,10 @@ class StandIn {
   ComRef<IDispatch> folder(size_t storeIndex, const std::wstring& path);
   // A MailItem object with this entry id text.
   ComRef<IDispatch> mailItem(const std::wstring& entryIdText);
+  ComRef<IDispatch> item(const ItemSpec& spec);
+  // The host's DefaultItemType of a folder (0 mail, 1 appointments, 2 contacts...); 0
+  // unless set here.
+  void setDefaultItemType(size_t storeIndex, const std::wstring& path, LONG type);
 
   // The reference store behind store storeIndex of the profile; raises E_INVALIDARG for a
   // foreign store.
@@ -112,6 +130,10 @@ class StandIn {
   void closeExplorer();
   void openInspector(IDispatch* item, bool compose = false);
   void closeInspector();
+  // The explorer in front selects these items, and fires SelectionChange; raises
+  // E_INVALIDARG with no explorer open. Application.ActiveWindow is the inspector in front,
+  // else the explorer in front.
+  void select(std::vector<ComRef<IDispatch>> items);
 
   // Applies each action in turn and fires what the host fires for it; the add-in's
   // actions go to addIn. Raises E_INVALIDARG "actions line N: ..." for an action that
