@@ -298,6 +298,22 @@ TEST_F(RibbonCallbacks, TheAddInsOwnJunkCommandsAskTheStoreAboutTheFolder) {
   }
 }
 
+TEST_F(RibbonCallbacks, TheStoreInFrontIsTheStoreOfTheWindowInFront) {
+  start();
+  const ComRef<IGlobalConfig> own = ui_->getActualGlobalConfig();
+  ASSERT_TRUE(own);
+  EXPECT_EQ(own.get(), host_->store(0).globalConfig().get());
+  EXPECT_EQ(ui_->getActualGlobalConfig(activeExplorer().get()).get(), own.get());
+  host_->openExplorer(host_->folder(1, L"Inbox").get());
+  EXPECT_FALSE(ui_->getActualGlobalConfig()) << "a folder of another provider";
+  host_->closeExplorer();
+  host_->closeExplorer();
+  EXPECT_FALSE(ui_->getActualGlobalConfig()) << "no window open";
+  log_->clear();
+  ui_->commandOptions();
+  EXPECT_EQ(*log_, Log{"options without a store"}) << "the dialog gets the null config and copes";
+}
+
 TEST_F(RibbonCallbacks, OnlyTheOutOfOfficeToggleIsPressedAndAsTheServerSays) {
   start();
   for (bool on : {false, true}) {
