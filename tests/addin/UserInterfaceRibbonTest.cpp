@@ -239,6 +239,8 @@ struct EnabledCase {
   std::vector<bool> enabled;
 };
 
+void PrintTo(const EnabledCase& c, std::ostream* os) { *os << c.name; }
+
 class EnabledRules : public RibbonCallbacks, public ::testing::WithParamInterface<EnabledCase> {};
 
 TEST_P(EnabledRules, FollowTheFolderAndTheSelection) {
@@ -334,6 +336,8 @@ struct CommandCase {
   Log log;
   std::vector<std::wstring> invalidations;
 };
+
+void PrintTo(const CommandCase& c, std::ostream* os) { *os << c.name; }
 
 class Commands : public RibbonCallbacks, public ::testing::WithParamInterface<CommandCase> {};
 
