@@ -16,7 +16,7 @@ namespace Utils {
 // {00063034-0000-0000-C000-000000000046}, as the host's type library has it.
 const IID IID__MailItem = {0x00063034, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
-bool isInspectorForMailItem(IDispatch *inspector, ComRef<IDispatch> *mailItem) {
+bool isInspectorForMailItem(IDispatch* inspector, ComRef<IDispatch>* mailItem) {
   if (mailItem && *mailItem) ZEL_HERE.raise(E_INVALIDARG);
   if (!inspector) return false;
   const Variant current = zelvo::getProperty(inspector, L"CurrentItem");
@@ -37,8 +37,7 @@ namespace addin {
 
 namespace details {
 
-// The folder type of the Outbox, whose mail has not been sent and gets no junk
-// command.
+// The folder type of the Outbox, whose mail has not been sent and gets no junk command.
 constexpr LONG kOutboxFolderType = 4;
 // The item type of a folder that holds mail.
 constexpr LONG kMailItemType = 0;
@@ -49,36 +48,35 @@ constexpr UINT kConfirmManyText = 15006;
 constexpr UINT kConfirmTickText = 15007;
 constexpr UINT kMessageTitle = 5000;
 
-// Dispinterfaces of the host: MAPIFolder {00063006-...}, and the ribbon's
-// IRibbonControl {000C0395-...} of the shared office library.
+// Dispinterfaces of the host: MAPIFolder {00063006-...}, and the ribbon's IRibbonControl
+// {000C0395-...} of the shared office library.
 const IID IID_MAPIFolder = {0x00063006, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 const IID IID_IRibbonControl = {0x000C0395, 0x0000, 0x0000, {0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
 // The object's answer to iid, or null when it has none.
-ComRef<IDispatch> queryDispatch(IUnknown *object, REFIID iid) {
+ComRef<IDispatch> queryDispatch(IUnknown* object, REFIID iid) {
   ComRef<IDispatch> result;
   if (!object || FAILED(object->QueryInterface(iid, result.putVoid()))) return ComRef<IDispatch>();
   return result;
 }
 
-ComRef<IDispatch> objectOf(const Variant &value) {
+ComRef<IDispatch> objectOf(const Variant& value) {
   if (value.type() != VT_DISPATCH && value.type() != VT_UNKNOWN) return ComRef<IDispatch>();
   return value.toDispatch();
 }
 
 // A host object read by name; null when the host answered something else.
-ComRef<IDispatch> objectProperty(IDispatch *object, const wchar_t *name) {
+ComRef<IDispatch> objectProperty(IDispatch* object, const wchar_t* name) {
   return objectOf(zelvo::getProperty(object, name));
 }
 
-ComRef<IDispatch> selectionItem(IDispatch *selection, LONG index) {
+ComRef<IDispatch> selectionItem(IDispatch* selection, LONG index) {
   return objectOf(zelvo::callMethod(selection, L"Item", {Variant::fromInt32(index)}));
 }
 
-// The junk mark of a message by the components of its entry id, as its store
-// has it. Only the product's own ids take apart; anything else raises and
-// leaves the caller's default.
-std::optional<bool> storeJunkMark(const AddIn::Utils::StoreConfigs &configs, const std::wstring &entryIdText) {
+// The junk mark of a message by the components of its entry id, as its store has it. Only
+// the product's own ids take apart; anything else raises and leaves the caller's default.
+std::optional<bool> storeJunkMark(const AddIn::Utils::StoreConfigs& configs, const std::wstring& entryIdText) {
   const std::string bytes = AddIn::Utils::strHex2Bin(entryIdText);
   Guid provider;
   Guid object;
@@ -87,7 +85,7 @@ std::optional<bool> storeJunkMark(const AddIn::Utils::StoreConfigs &configs, con
   if (object.isNil()) return std::nullopt;
   const auto found = configs.find(object);
   if (found == configs.end() || !found->second.config || provider.isNil()) return std::nullopt;
-  IGlobalConfig *config = found->second.config.get();
+  IGlobalConfig* config = found->second.config.get();
   // The allocator first: a block handed out must never lack its free function.
   ComRef<IStoreAllocator> allocator;
   AddIn::Utils::getAllocatorFromConfig(config, allocator);
@@ -102,22 +100,21 @@ std::optional<bool> storeJunkMark(const AddIn::Utils::StoreConfigs &configs, con
   return std::nullopt;
 }
 
-void executeMarkAsJunkEmail(bool junk, IGlobalConfig *config, IStoreAllocator *allocator,
-                            const std::vector<std::string> &ids) {
+void executeMarkAsJunkEmail(bool junk, IGlobalConfig* config, IStoreAllocator* allocator,
+                            const std::vector<std::string>& ids) {
   if (!config || !allocator) ZEL_HERE.raise(E_INVALIDARG);
   MapiAlloc functions;
   MapiAlloc::getAlloc(functions, allocator);
-  // One root block; the items and the bytes are chained to it and go when it is
-  // freed.
+  // One root block; the items and the bytes are chained to it and go when it is freed.
   MapiBuffer<SBinaryArray> array(functions.freeBuffer);
-  array.reset(static_cast<SBinaryArray *>(::detail::rawAllocBytes(sizeof(SBinaryArray), nullptr, functions)));
+  array.reset(static_cast<SBinaryArray*>(::detail::rawAllocBytes(sizeof(SBinaryArray), nullptr, functions)));
   array->cValues = size_cast<ULONG>(ids.size());
   if (!ids.empty()) {
     const size_t itemBytes = size_cast<ULONG>(ids.size() * sizeof(SBinary));
-    array->lpbin = static_cast<SBinary *>(::detail::rawAllocBytes(itemBytes, array.get(), functions));
+    array->lpbin = static_cast<SBinary*>(::detail::rawAllocBytes(itemBytes, array.get(), functions));
   }
   for (size_t i = 0; i < ids.size(); ++i) {
-    SBinary &item = array->lpbin[i];
+    SBinary& item = array->lpbin[i];
     item.cb = size_cast<ULONG>(ids[i].size());
     if (ids[i].empty()) continue;
     item.lpb = static_cast<LPBYTE>(::detail::rawAllocBytes(ids[i].size(), array.get(), functions));
@@ -128,7 +125,7 @@ void executeMarkAsJunkEmail(bool junk, IGlobalConfig *config, IStoreAllocator *a
 
 }  // namespace details
 
-ULONG getSelectionEntryIDs(IDispatch *window, std::vector<std::string> &ids) {
+ULONG getSelectionEntryIDs(IDispatch* window, std::vector<std::string>& ids) {
   if (!window) ZEL_HERE.raise(E_INVALIDARG);
   const ComRef<IDispatch> inspector = details::queryDispatch(window, AddIn::Utils::IID__Inspector);
   const ComRef<IDispatch> explorer = details::queryDispatch(window, AddIn::Utils::IID__Explorer);
@@ -138,7 +135,7 @@ ULONG getSelectionEntryIDs(IDispatch *window, std::vector<std::string> &ids) {
     try {
       const ComRef<IDispatch> item = details::objectProperty(inspector.get(), L"CurrentItem");
       ids.push_back(getObjectBinaryProperty(item.get(), PR_ENTRYID));
-    } catch (const HResultException &) {
+    } catch (const HResultException&) {
     }
   }
   if (explorer) {
@@ -146,20 +143,19 @@ ULONG getSelectionEntryIDs(IDispatch *window, std::vector<std::string> &ids) {
     if (!selection) ZEL_HERE.raise(E_FAIL);
     const LONG count = zelvo::getProperty(selection.get(), L"Count").toInt32();
     ids.reserve(count > 0 ? static_cast<size_t>(count) : 0);
-    // One unreadable item does not stop the others: the command runs on the
-    // rest.
+    // One unreadable item does not stop the others: the command runs on the rest.
     for (LONG index = 1; index <= count; ++index) {
       try {
         const ComRef<IDispatch> item = details::selectionItem(selection.get(), index);
         ids.push_back(getObjectBinaryProperty(item.get(), PR_ENTRYID));
-      } catch (const HResultException &) {
+      } catch (const HResultException&) {
       }
     }
   }
   return size_cast<ULONG>(ids.size());
 }
 
-void getConfigForSelection(IDispatch *window, ComRef<IGlobalConfig> &config) {
+void getConfigForSelection(IDispatch* window, ComRef<IGlobalConfig>& config) {
   if (!window || config) ZEL_HERE.raise(E_INVALIDARG);
   const ComRef<IDispatch> inspector = details::queryDispatch(window, AddIn::Utils::IID__Inspector);
   const ComRef<IDispatch> explorer = details::queryDispatch(window, AddIn::Utils::IID__Explorer);
@@ -169,11 +165,11 @@ void getConfigForSelection(IDispatch *window, ComRef<IGlobalConfig> &config) {
       const ComRef<IDispatch> item = details::objectProperty(inspector.get(), L"CurrentItem");
       if (item) {
         const Variant parent = zelvo::getProperty(item.get(), L"Parent");
-        const VARIANT &raw = parent.get();
-        IUnknown *object = raw.vt == VT_DISPATCH ? raw.pdispVal : raw.vt == VT_UNKNOWN ? raw.punkVal : nullptr;
+        const VARIANT& raw = parent.get();
+        IUnknown* object = raw.vt == VT_DISPATCH ? raw.pdispVal : raw.vt == VT_UNKNOWN ? raw.punkVal : nullptr;
         folder = details::queryDispatch(object, details::IID_MAPIFolder);
       }
-    } catch (const HResultException &) {
+    } catch (const HResultException&) {
     }
   }
   if (explorer) folder = details::objectProperty(explorer.get(), L"CurrentFolder");
@@ -184,18 +180,25 @@ void getConfigForSelection(IDispatch *window, ComRef<IGlobalConfig> &config) {
   if (!config) ZEL_HERE.raise(E_FAIL);
 }
 
-std::string getObjectBinaryProperty(IDispatch *object, ULONG tag) {
+std::string getObjectBinaryProperty(IDispatch* object, ULONG tag) {
   if (!object || PROP_TYPE(tag) != PT_BINARY) ZEL_HERE.raise(E_INVALIDARG);
   ComRef<IMAPIProp> prop;
   AddIn::Utils::getMAPIObjectFor(object, prop);
+  // GetProps of the one tag, as HrGetOneProp does: not every MAPI library that the module
+  // meets implements HrGetOneProp (Wine's mapi32 has only a stub that aborts), while every
+  // message answers GetProps.
+  SPropTagArray tags = {1, {tag}};
+  ULONG count = 0;
   MapiBuffer<SPropValue> value(&MAPIFreeBuffer);
-  ZEL_CHECK(HrGetOneProp(prop.get(), tag, value.receive()));
-  if (!value) ZEL_HERE.raise(E_FAIL);
-  const SBinary &bytes = value->Value.bin;
-  return bytes.cb ? std::string(reinterpret_cast<const char *>(bytes.lpb), bytes.cb) : std::string();
+  ZEL_CHECK(prop->GetProps(&tags, 0, &count, value.receive()));
+  if (!value || count != 1) ZEL_HERE.raise(MAPI_E_NOT_FOUND);
+  if (PROP_TYPE(value->ulPropTag) == PT_ERROR)
+    ZEL_HERE.raise(FAILED(value->Value.err) ? value->Value.err : MAPI_E_NOT_FOUND);
+  const SBinary& bytes = value->Value.bin;
+  return bytes.cb ? std::string(reinterpret_cast<const char*>(bytes.lpb), bytes.cb) : std::string();
 }
 
-bool confirmMarkAsSpam(size_t count, const config::RegistryConfig &registry) {
+bool confirmMarkAsSpam(size_t count, const config::RegistryConfig& registry) {
   if (!config::getConfirmMarkAsSpam(registry)) {
     config::setConfirmMarkAsSpam(false, registry);
     return true;
@@ -209,8 +212,8 @@ bool confirmMarkAsSpam(size_t count, const config::RegistryConfig &registry) {
   return answer == IDOK;
 }
 
-SpamCommands::SpamCommands(IDispatch *application, IDispatch *nameSpace, const AddIn::Utils::StoreConfigs &configs,
-                           const config::RegistryConfig &registry)
+SpamCommands::SpamCommands(IDispatch* application, IDispatch* nameSpace, const AddIn::Utils::StoreConfigs& configs,
+                           const config::RegistryConfig& registry)
     : application_(application), nameSpace_(nameSpace), configs_(configs), registry_(registry) {}
 
 bool SpamCommands::markAsJunkEmail(bool junk) {
@@ -228,15 +231,14 @@ bool SpamCommands::markAsJunkEmail(bool junk) {
     AddIn::Utils::getAllocatorFromConfig(config.get(), allocator);
     details::executeMarkAsJunkEmail(junk, config.get(), allocator.get(), ids);
     return true;
-  } catch (const HResultException &) {
+  } catch (const HResultException&) {
     return false;
   }
 }
 
-bool SpamCommands::determineExplorerSpamControlsStateAllowed(IDispatch *explorer) {
+bool SpamCommands::determineExplorerSpamControlsStateAllowed(IDispatch* explorer) {
   if (!explorer) ZEL_HERE.raise(E_INVALIDARG);
-  // A folder of a foreign store has no folder config: that refusal is what
-  // keeps it out.
+  // A folder of a foreign store has no folder config: that refusal is what keeps it out.
   try {
     const ComRef<IDispatch> folder = details::objectProperty(explorer, L"CurrentFolder");
     if (!folder) ZEL_HERE.raise(E_INVALIDARG, L"Failed to get current folder");
@@ -249,12 +251,12 @@ bool SpamCommands::determineExplorerSpamControlsStateAllowed(IDispatch *explorer
     ULONG flags = 0;
     ZEL_CHECK(folderConfig->getFolderFlags(&flags, 0));
     return (flags & kFolderFlagSpamCommands) != 0;
-  } catch (const HResultException &) {
+  } catch (const HResultException&) {
     return false;
   }
 }
 
-bool SpamCommands::determineExplorerSpamControlsStateSimple(IDispatch *explorer, bool &isSpam, bool &notSpam) {
+bool SpamCommands::determineExplorerSpamControlsStateSimple(IDispatch* explorer, bool& isSpam, bool& notSpam) {
   if (!explorer) ZEL_HERE.raise(E_INVALIDARG);
   isSpam = false;
   notSpam = false;
@@ -262,7 +264,7 @@ bool SpamCommands::determineExplorerSpamControlsStateSimple(IDispatch *explorer,
   ComRef<IDispatch> selection;
   try {
     selection = details::objectProperty(explorer, L"Selection");
-  } catch (const HResultException &) {
+  } catch (const HResultException&) {
     return false;
   }
   if (!selection) return false;
@@ -272,15 +274,14 @@ bool SpamCommands::determineExplorerSpamControlsStateSimple(IDispatch *explorer,
     isSpam = state.isSpam;
     notSpam = state.notSpam;
   } else if (count > 1) {
-    // Several items may hold either kind: both commands, without looking at
-    // them.
+    // Several items may hold either kind: both commands, without looking at them.
     isSpam = true;
     notSpam = true;
   }
   return true;
 }
 
-void SpamCommands::getSpamControlStateFromButton(IDispatch *ribbonControl, bool &isSpam, bool &notSpam) {
+void SpamCommands::getSpamControlStateFromButton(IDispatch* ribbonControl, bool& isSpam, bool& notSpam) {
   isSpam = false;
   notSpam = false;
   const ComRef<IDispatch> control = details::queryDispatch(ribbonControl, details::IID_IRibbonControl);
@@ -294,7 +295,7 @@ void SpamCommands::getSpamControlStateFromButton(IDispatch *ribbonControl, bool 
   notSpam = state.notSpam;
 }
 
-SpamControlsState SpamCommands::getItemSpamState(IDispatch *item) {
+SpamControlsState SpamCommands::getItemSpamState(IDispatch* item) {
   SpamControlsState state;
   const ComRef<IDispatch> mail = details::queryDispatch(item, AddIn::Utils::IID__MailItem);
   if (!mail) return state;
@@ -302,8 +303,7 @@ SpamControlsState SpamCommands::getItemSpamState(IDispatch *item) {
   const Variant sent = zelvo::getProperty(mail.get(), L"Sent");
   if (sent.changedTo(VT_BOOL).get().boolVal != VARIANT_TRUE) return state;
   state.isSpam = true;
-  // Without a readable id of one of our stores the default stands: Mark as
-  // spam.
+  // Without a readable id of one of our stores the default stands: Mark as spam.
   try {
     const Variant entryId = zelvo::getProperty(mail.get(), L"EntryID");
     const std::wstring text = entryId.type() == VT_BSTR ? entryId.toText() : std::wstring();
@@ -312,7 +312,7 @@ SpamControlsState SpamCommands::getItemSpamState(IDispatch *item) {
       state.isSpam = !*junk;
       state.notSpam = *junk;
     }
-  } catch (const HResultException &) {
+  } catch (const HResultException&) {
   }
   return state;
 }
