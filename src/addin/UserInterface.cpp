@@ -102,7 +102,17 @@ UserInterface::UserInterface(const config::RegistryConfig& registry)
 }
 
 UserInterface::~UserInterface() {
-  // A store may keep the call-back after we are gone: it must not reach us any more.
+  // The host may keep a sink that was never unadvised, and a store the call-back: neither
+  // may reach us any more.
+  for (const auto* sink : {&applicationEvents_, &namespaceEvents_, &explorersEvents_, &inspectorsEvents_})
+    (*sink)->clearHandlers();
+  for (FollowedObjects* list : {&builtInButtons_, &inspectors_, &explorers_, &syncObjects_})
+    for (auto& entry : *list)
+      if (entry.sink) entry.sink->clearHandlers();
+  for (auto* windows : {&explorerButtons_, &inspectorButtons_})
+    for (auto& window : *windows)
+      for (auto& entry : window.second)
+        if (entry.sink) entry.sink->clearHandlers();
   if (abConfig_) {
     CLockGuard guard(&abLock_);
     abConfig_->detach();
