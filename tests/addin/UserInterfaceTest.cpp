@@ -181,6 +181,31 @@ TEST_F(Lifecycle, StartUpRunsItsStepsInOrder) {
   EXPECT_TRUE(ui.started());
 }
 
+TEST_F(Lifecycle, TheLifeCycleIsAlsoReachedByNameOnItsOwnFace) {
+  host(privateStore(1, true));
+  UserInterface& ui = addIn();
+  const ComRef<IDispatch> lifeCycle = ui_.as<IDispatch>(zelvo::addin::IID_IDTExtensibility2);
+  const ComRef<IDispatch> application = host_->application();
+  VARIANT app, mode, instance, custom;
+  for (VARIANT* v : {&app, &mode, &instance, &custom}) VariantInit(v);
+  app.vt = VT_DISPATCH;
+  app.pdispVal = application.get();
+  mode.vt = VT_I4;
+  mode.lVal = 1;
+  instance.vt = VT_DISPATCH;
+  instance.pdispVal = nullptr;
+  Variant result;
+  EXPECT_EQ(invokeByName(lifeCycle.get(), L"onconnection", {app, mode, instance, custom}, result.put()), S_FALSE)
+      << "the answer of the vtable call, success codes included";
+  EXPECT_EQ(invokeByName(lifeCycle.get(), L"OnStartupComplete", {custom}, result.put()), S_OK);
+  EXPECT_TRUE(ui.started());
+  EXPECT_EQ(invokeByName(lifeCycle.get(), L"OnAddInsUpdate", {custom}, result.put()), S_OK);
+  EXPECT_EQ(invokeByName(lifeCycle.get(), L"OnBeginShutdown", {custom}, result.put()), S_OK);
+  EXPECT_FALSE(ui.nameSpace());
+  EXPECT_EQ(invokeByName(lifeCycle.get(), L"explorerOnLoad", {app}, result.put()), DISP_E_UNKNOWNNAME)
+      << "the callbacks have a face of their own";
+}
+
 TEST_F(Lifecycle, ASecondNamespaceBindingDoesNotTouchTheHost) {
   host(privateStore(1, true));
   UserInterface& ui = addIn();
