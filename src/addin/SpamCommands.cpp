@@ -36,6 +36,7 @@ namespace zelvo {
 namespace addin {
 
 namespace details {
+namespace {
 
 // The folder type of the Outbox, whose mail has not been sent and gets no junk command.
 constexpr LONG kOutboxFolderType = 4;
@@ -99,6 +100,8 @@ std::optional<bool> storeJunkMark(const AddIn::Utils::StoreConfigs& configs, con
     if (values->values[i].ulPropTag == kJunkMarkPropertyTag) return values->values[i].Value.b == 1;
   return std::nullopt;
 }
+
+}  // namespace
 
 void executeMarkAsJunkEmail(bool junk, IGlobalConfig* config, IStoreAllocator* allocator,
                             const std::vector<std::string>& ids) {

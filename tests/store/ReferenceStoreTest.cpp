@@ -415,4 +415,35 @@ TEST_F(ReferenceStoreTest, TheServiceCallsTheCallBackItWasGiven) {
   EXPECT_EQ(callBack.refs, 1u);
 }
 
+TEST_F(ReferenceStoreTest, JunkMarksAreRecordedInOrderAndMoveOnlyTheMessagesNamed) {
+  Mailbox m = store.mailbox();
+  m.messages = {{"message-1", {}}, {"message-2", {{kJunkMarkPropertyTag, PropertyValue(true)}}}};
+  store.setMailbox(m);
+  std::string ids[] = {"message-1", "unknown", "message-2"};
+  SBinary bins[3];
+  for (int i = 0; i < 3; ++i) bins[i] = {static_cast<ULONG>(ids[i].size()), reinterpret_cast<LPBYTE>(&ids[i][0])};
+  SBinaryArray array{3, bins};
+  store.failNext(Operation::MarkAsJunk, MAPI_E_NETWORK_ERROR);
+  EXPECT_EQ(config->markAsJunk(&array, true), MAPI_E_NETWORK_ERROR);
+  SBinary broken{4, nullptr};
+  SBinaryArray brokenArray{1, &broken};
+  EXPECT_EQ(config->markAsJunk(&brokenArray, true), E_INVALIDARG);
+  EXPECT_EQ(config->markAsJunk(nullptr, true), E_INVALIDARG);
+  EXPECT_TRUE(store.activity().junkMarks.empty()) << "a refused call records nothing";
+  EXPECT_EQ(store.mailbox(), m);
+
+  ASSERT_EQ(config->markAsJunk(&array, true), S_OK);
+  SBinaryArray second{1, &bins[1]};
+  ASSERT_EQ(config->markAsJunk(&second, false), S_OK);
+  const Activity activity = store.activity();
+  ASSERT_EQ(activity.junkMarks.size(), 2u);
+  EXPECT_EQ(activity.junkMarks[0].entryIds, (std::vector<std::string>{"message-1", "unknown", "message-2"}));
+  EXPECT_TRUE(activity.junkMarks[0].junk);
+  EXPECT_FALSE(activity.junkMarks[1].junk);
+  const Mailbox after = store.mailbox();
+  ASSERT_EQ(after.messages.size(), 2u) << "an unknown id adds no message";
+  for (const auto& message : after.messages)
+    EXPECT_EQ(message.properties.at(kJunkMarkPropertyTag), PropertyValue(true)) << message.entryId;
+}
+
 }  // namespace
