@@ -32,6 +32,8 @@ class HostEventSink final : public iui_::IUnknownImpl<IDispatch> {
   // Unadvises it from source and marks it not advised; a failure raises, and the sink
   // stays marked as advised then.
   void unadvise(IDispatch* source);
+  // Empties every slot: for an owner that goes while the host may still hold the sink.
+  void clearHandlers() { handlers_.clear(); }
   // Marks it not advised without asking the host, for a source that has gone.
   void forget() { cookie_ = kNotAdvised; }
 

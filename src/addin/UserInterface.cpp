@@ -2,6 +2,7 @@
 
 #include "addin/AddInModule.h"
 #include "addin/GUI.h"
+#include "addin/SpamCommands.h"
 #include "base/ComBoundary.h"
 #include "base/HResultException.h"
 #include "base/LateBinding.h"
@@ -44,6 +45,29 @@ void dropFollowed(UserInterface::FollowedObjects& list) {
   list.clear();
 }
 
+// The junk commands over the add-in's own host objects and stores, as they are at the call.
+class HostSpamActions final : public SpamActions {
+ public:
+  explicit HostSpamActions(const config::RegistryConfig& registry) : registry_(registry) {}
+  bool markAsJunkEmail(UserInterface& addIn, bool junk) override { return commands(addIn).markAsJunkEmail(junk); }
+  bool explorerSpamControlsAllowed(UserInterface& addIn, IDispatch* explorer) override {
+    return commands(addIn).determineExplorerSpamControlsStateAllowed(explorer);
+  }
+  bool explorerSpamControlsState(UserInterface& addIn, IDispatch* explorer, bool& isSpam, bool& notSpam) override {
+    return commands(addIn).determineExplorerSpamControlsStateSimple(explorer, isSpam, notSpam);
+  }
+  void inspectorSpamControlsState(UserInterface& addIn, IDispatch* ribbonControl, bool& isSpam,
+                                  bool& notSpam) override {
+    commands(addIn).getSpamControlStateFromButton(ribbonControl, isSpam, notSpam);
+  }
+
+ private:
+  SpamCommands commands(UserInterface& addIn) const {
+    return SpamCommands(addIn.application(), addIn.nameSpace(), addIn.configs(), registry_);
+  }
+  const config::RegistryConfig& registry_;
+};
+
 }  // namespace details
 
 bool commandLineRunsEmbedded(const std::wstring& commandLine) {
@@ -72,12 +96,23 @@ UserInterface::UserInterface(const config::RegistryConfig& registry)
       explorersEvents_(HostEventSink::create(details::IID_ExplorersEvents)),
       inspectorsEvents_(HostEventSink::create(details::IID_InspectorsEvents)),
       registry_(registry),
+      spam_(std::make_shared<details::HostSpamActions>(registry)),
       commandLine_(details::systemCommandLine) {
   AddInModule::instance().lock();
 }
 
 UserInterface::~UserInterface() {
-  // A store may keep the call-back after we are gone: it must not reach us any more.
+  // The host may keep a sink that was never unadvised, and a store the call-back: neither
+  // may reach us any more.
+  for (const auto* sink : {&applicationEvents_, &namespaceEvents_, &explorersEvents_, &inspectorsEvents_})
+    (*sink)->clearHandlers();
+  for (FollowedObjects* list : {&builtInButtons_, &inspectors_, &explorers_, &syncObjects_})
+    for (auto& entry : *list)
+      if (entry.sink) entry.sink->clearHandlers();
+  for (auto* windows : {&explorerButtons_, &inspectorButtons_})
+    for (auto& window : *windows)
+      for (auto& entry : window.second)
+        if (entry.sink) entry.sink->clearHandlers();
   if (abConfig_) {
     CLockGuard guard(&abLock_);
     abConfig_->detach();

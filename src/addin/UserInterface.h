@@ -140,7 +140,8 @@ class UserInterface final : public iui_::IUnknownImpl<details::ExtensibilityFace
   // A fresh object, with one reference for the caller; the module counts it while it lives.
   static ComRef<UserInterface> create(const config::RegistryConfig& registry = config::RegistryConfig::instance());
 
-  // Seams for the pieces that come later; null leaves their steps out.
+  // Seams for the pieces that come later; null leaves their steps out. The junk commands
+  // are the add-in's own by default.
   void setCommandDialogs(std::shared_ptr<CommandDialogs> dialogs) { dialogs_ = std::move(dialogs); }
   void setHostSteps(std::shared_ptr<HostSteps> steps) { hostSteps_ = std::move(steps); }
   void setSpamActions(std::shared_ptr<SpamActions> spam) { spam_ = std::move(spam); }

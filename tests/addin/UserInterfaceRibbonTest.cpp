@@ -7,6 +7,7 @@
 #include <cwctype>
 
 #include "addin/AddInUtils.h"
+#include "store/reference/ReferenceStore.h"
 #include "strings/Localization.h"
 #include "strings/StringIds.h"
 #include "tests/addin/UserInterfaceSupport.h"
@@ -37,14 +38,14 @@ class RibbonCallbacks : public ::testing::Test {
  protected:
   // A started add-in on a profile with one store of ours and a foreign one, its explorer
   // on our Inbox, with the explorer ribbon and one inspector ribbon loaded.
-  void start(const std::string& version = "16.0.4266.1001") {
+  void start(const std::string& version = "16.0.4266.1001", bool ownJunkCommands = false) {
     host_ = std::make_unique<StandIn>(
         OutlookStandIn::parseProfile("version " + version + "\n" + privateStore(1, true) + foreignStore(9)));
     host_->openExplorer(host_->folder(0, L"Inbox").get());
     ui_ = UserInterface::create(registry_.config());
     ui_->setHostSteps(steps_);
     ui_->setCommandDialogs(dialogs_);
-    ui_->setSpamActions(spam_);
+    if (!ownJunkCommands) ui_->setSpamActions(spam_);
     ui_->setCommandLineSource([] { return std::wstring(L"OUTLOOK.EXE"); });
     const ComRef<IDispatch> comAddIn = host_->comAddIn(L"DravAddIn.UserInterface", L"");
     ASSERT_EQ(ui_->OnConnection(host_->application().get(), 0, comAddIn.get(), nullptr), S_OK);
@@ -238,6 +239,8 @@ struct EnabledCase {
   std::vector<bool> enabled;
 };
 
+void PrintTo(const EnabledCase& c, std::ostream* os) { *os << c.name; }
+
 class EnabledRules : public RibbonCallbacks, public ::testing::WithParamInterface<EnabledCase> {};
 
 TEST_P(EnabledRules, FollowTheFolderAndTheSelection) {
@@ -283,6 +286,36 @@ TEST_F(RibbonCallbacks, InspectorButtonsFollowTheItemWithoutAFolderTest) {
   EXPECT_EQ(call(L"explorerOnGetButtonEnabled", {borrowed(control(L"btnAbout", window.get()).get())}), E_INVALIDARG);
 }
 
+TEST_F(RibbonCallbacks, TheAddInsOwnJunkCommandsAskTheStoreAboutTheFolder) {
+  for (const uint32_t flags : {0u, 1u}) {
+    start("16.0.4266.1001", true);
+    ReferenceStore::Mailbox mailbox = host_->store(0).mailbox();
+    mailbox.findFolder(L"Inbox")->folderFlags = flags;
+    host_->store(0).setMailbox(mailbox);
+    EXPECT_FALSE(ask(L"explorerOnGetButtonEnabled", L"btnIsSpam").toBool()) << "nothing selected";
+    host_->play(
+        OutlookStandIn::parseActions("select " + hexOf(entryIdOf(1, 5, 7)) + " " + hexOf(entryIdOf(1, 5, 8)) + "\n"));
+    for (const wchar_t* id : {L"btnIsSpam", L"btnNotSpam"})
+      EXPECT_EQ(ask(L"explorerOnGetButtonEnabled", id).toBool(), flags == 1) << flags;
+  }
+}
+
+TEST_F(RibbonCallbacks, TheStoreInFrontIsTheStoreOfTheWindowInFront) {
+  start();
+  const ComRef<IGlobalConfig> own = ui_->getActualGlobalConfig();
+  ASSERT_TRUE(own);
+  EXPECT_EQ(own.get(), host_->store(0).globalConfig().get());
+  EXPECT_EQ(ui_->getActualGlobalConfig(activeExplorer().get()).get(), own.get());
+  host_->openExplorer(host_->folder(1, L"Inbox").get());
+  EXPECT_FALSE(ui_->getActualGlobalConfig()) << "a folder of another provider";
+  host_->closeExplorer();
+  host_->closeExplorer();
+  EXPECT_FALSE(ui_->getActualGlobalConfig()) << "no window open";
+  log_->clear();
+  ui_->commandOptions();
+  EXPECT_EQ(*log_, Log{"options without a store"}) << "the dialog gets the null config and copes";
+}
+
 TEST_F(RibbonCallbacks, OnlyTheOutOfOfficeToggleIsPressedAndAsTheServerSays) {
   start();
   for (bool on : {false, true}) {
@@ -303,6 +336,8 @@ struct CommandCase {
   Log log;
   std::vector<std::wstring> invalidations;
 };
+
+void PrintTo(const CommandCase& c, std::ostream* os) { *os << c.name; }
 
 class Commands : public RibbonCallbacks, public ::testing::WithParamInterface<CommandCase> {};
 

@@ -53,12 +53,13 @@ inline std::string entryIdOf(int store, uint32_t type, int object) {
   return bytes;
 }
 
-// A private store n of account n, its Inbox the default mail folder when it is the default
-// store.
+// A private store n of account n with an Inbox and an Outbox, the default folders of their
+// kinds when it is the default store.
 inline std::string privateStore(int n, bool isDefault = false) {
   std::string line = "store private name=Account" + std::to_string(n) + " service=" + zelvo::testing::utf8(service(n)) +
                      " key=" + zelvo::testing::utf8(storeKey(n)) + (isDefault ? " default" : "") + "\n";
   line += "folder Inbox " + hexOf(entryIdOf(n, 1, 0)) + (isDefault ? " default=6" : "") + "\n";
+  line += "folder Outbox " + hexOf(entryIdOf(n, 1, 2)) + (isDefault ? " default=4" : "") + "\n";
   return line;
 }
 inline std::string publicStore(int account, int key) {

@@ -64,6 +64,8 @@ struct ModeCase {
   bool startedAtStartupComplete;
 };
 
+void PrintTo(const ModeCase& c, std::ostream* os) { *os << "mode " << c.mode; }
+
 class ConnectModes : public Lifecycle, public ::testing::WithParamInterface<ModeCase> {};
 
 TEST_P(ConnectModes, StartHappensOnceInTheStepOfItsMode) {
@@ -90,6 +92,8 @@ struct EmptyProfileCase {
   const char* name;
   std::string profile;
 };
+
+void PrintTo(const EmptyProfileCase& c, std::ostream* os) { *os << c.name; }
 
 class ProfilesWithoutOurStores : public Lifecycle, public ::testing::WithParamInterface<EmptyProfileCase> {};
 
@@ -177,6 +181,31 @@ TEST_F(Lifecycle, StartUpRunsItsStepsInOrder) {
   EXPECT_TRUE(ui.started());
 }
 
+TEST_F(Lifecycle, TheLifeCycleIsAlsoReachedByNameOnItsOwnFace) {
+  host(privateStore(1, true));
+  UserInterface& ui = addIn();
+  const ComRef<IDispatch> lifeCycle = ui_.as<IDispatch>(zelvo::addin::IID_IDTExtensibility2);
+  const ComRef<IDispatch> application = host_->application();
+  VARIANT app, mode, instance, custom;
+  for (VARIANT* v : {&app, &mode, &instance, &custom}) VariantInit(v);
+  app.vt = VT_DISPATCH;
+  app.pdispVal = application.get();
+  mode.vt = VT_I4;
+  mode.lVal = 1;
+  instance.vt = VT_DISPATCH;
+  instance.pdispVal = nullptr;
+  Variant result;
+  EXPECT_EQ(invokeByName(lifeCycle.get(), L"onconnection", {app, mode, instance, custom}, result.put()), S_FALSE)
+      << "the answer of the vtable call, success codes included";
+  EXPECT_EQ(invokeByName(lifeCycle.get(), L"OnStartupComplete", {custom}, result.put()), S_OK);
+  EXPECT_TRUE(ui.started());
+  EXPECT_EQ(invokeByName(lifeCycle.get(), L"OnAddInsUpdate", {custom}, result.put()), S_OK);
+  EXPECT_EQ(invokeByName(lifeCycle.get(), L"OnBeginShutdown", {custom}, result.put()), S_OK);
+  EXPECT_FALSE(ui.nameSpace());
+  EXPECT_EQ(invokeByName(lifeCycle.get(), L"explorerOnLoad", {app}, result.put()), DISP_E_UNKNOWNNAME)
+      << "the callbacks have a face of their own";
+}
+
 TEST_F(Lifecycle, ASecondNamespaceBindingDoesNotTouchTheHost) {
   host(privateStore(1, true));
   UserInterface& ui = addIn();
@@ -206,6 +235,8 @@ struct WarningCase {
   bool warned;
   bool checkAfter;
 };
+
+void PrintTo(const WarningCase& c, std::ostream* os) { *os << c.name; }
 
 class DefaultStoreWarning : public Lifecycle, public ::testing::WithParamInterface<WarningCase> {};
 
@@ -318,6 +349,40 @@ TEST_F(Lifecycle, AShutdownStoppedByTheNamespaceIsFinishedByTheNextRun) {
   EXPECT_EQ(ui.OnDisconnection(1, nullptr), S_OK);
   EXPECT_FALSE(ui.nameSpace());
   EXPECT_FALSE(ui.namespaceSink().advised());
+}
+
+// ---- Event sinks ---------------------------------------------------------------------
+
+TEST_F(Lifecycle, ASinkRunsItsHandlersDropsTheirFailuresAndAdvisesOnce) {
+  host(privateStore(1, true));
+  const ComRef<IDispatch> application = host_->application();
+  const ComRef<zelvo::addin::HostEventSink> sink =
+      zelvo::addin::HostEventSink::create(OutlookStandIn::IID_ApplicationEvents);
+  int startups = 0;
+  sink->on(OutlookStandIn::EventId::Startup, [&](const DISPPARAMS&) {
+    ++startups;
+    ZEL_HERE.raise(E_UNEXPECTED);
+  });
+  sink->advise(application.get());
+  EXPECT_TRUE(sink->advised());
+  try {
+    sink->advise(application.get());
+    ADD_FAILURE() << "a second advise is refused";
+  } catch (const HResultException& e) {
+    EXPECT_EQ(e.getHResult(), E_FAIL);
+  }
+  host_->play(OutlookStandIn::parseActions("startup\nquit\n"));
+  EXPECT_EQ(startups, 1) << "Quit has no handler and is ignored";
+  DISPPARAMS none = {nullptr, nullptr, 0, 0};
+  EXPECT_EQ(
+      sink->Invoke(OutlookStandIn::EventId::Startup, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
+      S_OK)
+      << "the host never sees the handler's failure";
+  sink->on(OutlookStandIn::EventId::Startup, nullptr);
+  sink->unadvise(application.get());
+  EXPECT_EQ(sink->cookie(), zelvo::addin::HostEventSink::kNotAdvised);
+  host_->play(OutlookStandIn::parseActions("startup\n"));
+  EXPECT_EQ(startups, 2);
 }
 
 // ---- Version decisions ---------------------------------------------------------------
