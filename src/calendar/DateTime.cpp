@@ -340,6 +340,12 @@ bool DateTime::toSystemTime(SYSTEMTIME& time) const {
   if (!shifts()) return false;
   TimeParts parts;
   details::valueToParts(dateOnly_ ? wallValue() : value_, parts);
+  time = zelvo::timezone::toSystemTime(parts);
+  return true;
+}
+
+SYSTEMTIME toSystemTime(const TimeParts& parts) {
+  SYSTEMTIME time{};
   time.wYear = static_cast<WORD>(parts.year + 1900);
   time.wMonth = static_cast<WORD>(parts.month + 1);
   time.wDayOfWeek = static_cast<WORD>(parts.weekDay);
@@ -347,7 +353,7 @@ bool DateTime::toSystemTime(SYSTEMTIME& time) const {
   time.wHour = static_cast<WORD>(parts.hour);
   time.wMinute = static_cast<WORD>(parts.minute);
   time.wSecond = static_cast<WORD>(parts.second);
-  return true;
+  return time;
 }
 
 std::string DateTime::format(unsigned flags) const {

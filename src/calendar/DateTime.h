@@ -28,6 +28,9 @@ struct TimeParts {
   int32_t isDst = -1;
 };
 
+// The same moment as a SYSTEMTIME, milliseconds zero.
+SYSTEMTIME toSystemTime(const TimeParts& parts);
+
 namespace details {
 // 1 January 1601 00:00:00 and 1 January 30000 00:00:00 UTC, the range of the broken-down form.
 constexpr int64_t firstClampedValue = -11644473600LL;

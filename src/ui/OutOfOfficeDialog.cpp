@@ -36,18 +36,6 @@ std::wstring localeInfo(LCTYPE type) {
   return length > 0 ? std::wstring(buffer) : std::wstring();
 }
 
-SYSTEMTIME systemTimeOf(const timezone::TimeParts& parts) {
-  SYSTEMTIME time{};
-  time.wYear = static_cast<WORD>(parts.year + 1900);
-  time.wMonth = static_cast<WORD>(parts.month + 1);
-  time.wDayOfWeek = static_cast<WORD>(parts.weekDay);
-  time.wDay = static_cast<WORD>(parts.day);
-  time.wHour = static_cast<WORD>(parts.hour);
-  time.wMinute = static_cast<WORD>(parts.minute);
-  time.wSecond = static_cast<WORD>(parts.second);
-  return time;
-}
-
 // The controls on which Enter belongs to the control rather than to OK.
 bool keepsEnter(ControlId id) {
   switch (id) {
@@ -103,7 +91,7 @@ const TimePickerFormat& userTimePickerFormat() {
 SYSTEMTIME utcToZone(const SYSTEMTIME& utc, const std::shared_ptr<const timezone::ZTimeZone>& zone) {
   timezone::DateTime moment(utc);
   moment.moveToZone(zone);
-  return details::systemTimeOf(moment.wallClock());
+  return timezone::toSystemTime(moment.wallClock());
 }
 
 SYSTEMTIME joinDateAndTime(const SYSTEMTIME& date, const SYSTEMTIME& time) {
