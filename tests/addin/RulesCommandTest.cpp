@@ -170,17 +170,43 @@ TEST_F(RulesCommand, TheRememberedChoicePresetsTheNextChoiceWithoutSkippingIt) {
   EXPECT_EQ(enabledFlags(storedScript()), std::vector<bool>{true});
 }
 
-TEST_F(RulesCommand, AFolderOfAnotherProviderWarnsAndLeavesTheHostsDialogToRun) {
-  start(keepRule(L"first"), true);
+// The host's rules command in a folder of another provider, and its new-rule command
+// anywhere: the warning, then the host's own dialog.
+struct WarningCase {
+  const char* name;
+  bool foreignFolder;
+  bool createMailRule;
+};
+
+class RulesWarning : public RulesCommand, public ::testing::WithParamInterface<WarningCase> {};
+
+TEST_P(RulesWarning, TheClientsRulesOnOurStoresAreWarnedAboutUntilTheTickBoxSaysNo) {
+  const WarningCase& c = GetParam();
+  start(keepRule(L"first"), c.foreignFolder);
   box_.tick = true;
-  EXPECT_FALSE(clickRules());
+  const auto command = [&] {
+    bool cancelDefault = true;
+    if (c.createMailRule) {
+      ui_->createMailRuleCommandOnAction(nullptr, cancelDefault);
+    } else {
+      ui_->rulesAndAlertsCommandOnAction(nullptr, cancelDefault);
+    }
+    return cancelDefault;
+  };
+  EXPECT_FALSE(command());
   ASSERT_EQ(box_.shown.size(), 1u);
   EXPECT_EQ(box_.shown[0].style, static_cast<UINT>(MB_OK | MB_ICONEXCLAMATION));
   EXPECT_NE(box_.shown[0].text.find(L"\n\n"), std::wstring::npos);
-  EXPECT_FALSE(clickRules()) << "the tick box keeps the warning away";
+  EXPECT_EQ(zelvo::config::getDontInformRulesNotWorking(registry_.config()), 1u);
+  EXPECT_FALSE(command()) << "the tick box keeps the warning away";
   EXPECT_EQ(box_.shown.size(), 1u);
   EXPECT_TRUE(dialogs_->shown().empty());
 }
+
+INSTANTIATE_TEST_SUITE_P(Commands, RulesWarning,
+                         ::testing::Values(WarningCase{"RulesInAForeignFolder", true, false},
+                                           WarningCase{"NewRuleInOurFolder", false, true}),
+                         [](const ::testing::TestParamInfo<WarningCase>& info) { return info.param.name; });
 
 TEST_F(RulesCommand, AScriptThatDoesNotParseIsRepairedFirstAndTheRepairIsSaved) {
   start(L"if true {\r\n  keep;\r\n");
