@@ -30,7 +30,7 @@ class HostCommandDialogs : public CommandDialogs {
   // The window the dialogs open over, asked at each showing; the active window by default.
   using ParentSource = std::function<HWND()>;
 
-  // host and registry outlive this object. settings defaults to the machine's.
+  // registry outlives this object. settings defaults to the machine's.
   HostCommandDialogs(std::shared_ptr<ui::DialogHost> host, const config::RegistryConfig& registry,
                      OutOfOfficeSettings settings = {}, ParentSource parent = {});
 

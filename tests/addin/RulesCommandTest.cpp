@@ -119,16 +119,21 @@ TEST_F(RulesCommand, OkOnAChangedListSavesTheScriptOfTheStoreInFront) {
 }
 
 TEST_F(RulesCommand, CancelAnywhereLeavesTheStoredScriptAlone) {
+  const std::wstring good = keepRule(L"first") + keepRule(L"second");
+  const std::wstring broken = L"if true {\r\n  keep;\r\n";
   struct Case {
     const char* name;
+    std::wstring script;
     int choiceEnd;   // how the choice dialog ends
     bool rulesOpen;  // whether the rules dialog then opens (and is cancelled after a change)
   };
-  const Case cases[] = {{"choice cancelled", ui::kIdCancel, false}, {"rules cancelled", ui::kIdOk, true}};
+  const Case cases[] = {{"choice cancelled", good, ui::kIdCancel, false},
+                        {"rules cancelled", good, ui::kIdOk, true},
+                        {"repair declined", broken, ui::kIdOk, false}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
-    const std::wstring script = keepRule(L"first") + keepRule(L"second");
-    start(script);
+    start(c.script);
+    box_.button = IDNO;  // the question whether to correct a broken script by hand
     choose(true, c.choiceEnd);
     if (c.rulesOpen) {
       dialogs_->script(kRules, [](RecordingDialogView& view, ui::DialogLogic& logic) {
@@ -136,11 +141,14 @@ TEST_F(RulesCommand, CancelAnywhereLeavesTheStoredScriptAlone) {
         click(logic, ui::kIdCancel);
       });
     }
-    EXPECT_TRUE(clickRules()) << "neither cancel lets the host's dialog open";
-    EXPECT_EQ(storedScript(), script);
+    EXPECT_TRUE(clickRules()) << "no way out lets the host's dialog open";
+    EXPECT_EQ(storedScript(), c.script);
     EXPECT_EQ(dialogs_->shown().size(), c.rulesOpen ? 2u : 1u);
+    EXPECT_EQ(box_.shown.size(), c.script == broken ? 1u : 0u);
     EXPECT_TRUE(ui_->serverRulesChosen);
+    EXPECT_EQ(dialogs_->pendingScripts(), 0u);
     dialogs_ = std::make_shared<RecordingDialogHost>();
+    box_.shown.clear();
   }
 }
 
