@@ -10,7 +10,7 @@ packages=(
   cmake ninja-build g++ python3 python3-dateutil tzdata libc-bin
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libboost1.81-dev libssl-dev
-  g++-mingw-w64-x86-64-posix mingw-w64-tools wine64 xvfb
+  g++-mingw-w64-x86-64-posix mingw-w64-tools wine64 xvfb xauth
   clang-14 libclang-rt-14-dev
 )
 
