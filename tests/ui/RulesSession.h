@@ -111,6 +111,13 @@ inline std::vector<Step> sessionSteps() {
   return steps;
 }
 
+// The dialogs of the session in the order they show: the steps' templates.
+inline std::vector<int> sessionDialogs() {
+  std::vector<int> ids;
+  for (const Step& step : sessionSteps()) ids.push_back(step.templateId);
+  return ids;
+}
+
 // The sample mailbox in a reference store, behind the store's data object as the rules
 // command opens it. The folder the session files into must be one a rule may choose, and
 // the store is the account's own mailbox, whose folder list has no namespace root above

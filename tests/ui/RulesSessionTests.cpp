@@ -140,9 +140,7 @@ TEST(RulesSession, AddingMovingAndSwitchingOffRulesEndsInTheScriptTheUserMeant) 
   EXPECT_EQ(outcome.result, ui::kIdOk);
   EXPECT_EQ(outcome.applied, S_OK);
   EXPECT_TRUE(outcome.dropped.empty());
-  EXPECT_EQ(outcome.shown, (std::vector<int>{ui::SieveRulesDialog::kTemplateId, ui::RuleEditorDialog::kTemplateId,
-                                             ui::RuleContainsDialog::kTemplateId, ui::RuleHasSizeDialog::kTemplateId,
-                                             ui::RuleMoveToDialog::kTemplateId}));
+  EXPECT_EQ(outcome.shown, session::sessionDialogs());
   session::expectSessionScript(mailbox.original, mailbox.script());
 }
 
@@ -181,7 +179,9 @@ TEST(RulesSession, EveryStoreCallOfTheSessionMayFailWithoutLosingTheScript) {
     }
     EXPECT_FALSE(outcome.escaped) << "no failure leaves a handler";
     EXPECT_EQ(mailbox.store->pendingFailures(), 0u) << "the failing call was made";
-    for (const HRESULT code : outcome.dropped) EXPECT_TRUE(code == kInjected || code == E_INVALIDARG) << std::hex << code;
+    for (const HRESULT code : outcome.dropped) {
+      EXPECT_TRUE(code == kInjected || code == E_INVALIDARG) << std::hex << code;
+    }
     if (!outcome.dropped.empty()) droppedIn.insert(call);
 
     // The store holds the old script or the whole of what the data object wrote.

@@ -242,9 +242,7 @@ TEST(RulesSessionOnWindows, TheSessionOnTheRealDialogsEndsInTheSameScript) {
   EXPECT_EQ(outcome.result, ui::kIdOk);
   EXPECT_EQ(outcome.applied, S_OK);
   EXPECT_TRUE(outcome.dropped.empty());
-  EXPECT_EQ(outcome.shown, (std::vector<int>{ui::SieveRulesDialog::kTemplateId, ui::RuleEditorDialog::kTemplateId,
-                                             ui::RuleContainsDialog::kTemplateId, ui::RuleHasSizeDialog::kTemplateId,
-                                             ui::RuleMoveToDialog::kTemplateId}));
+  EXPECT_EQ(outcome.shown, session::sessionDialogs());
   session::expectSessionScript(mailbox.original, mailbox.script());
 }
 
