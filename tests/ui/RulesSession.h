@@ -176,9 +176,9 @@ class MailboxStores : public MessageStoreSession {
 
 // The rules dialog with the product's editor and links, over host.
 struct RulesDialogParts {
-  RulesDialogParts(SampleMailbox& mailbox, DialogHost& host, ParameterLinkHost::ParentSource parent = {})
+  RulesDialogParts(SampleMailbox& mailbox, DialogHost& host)
       : stores(*mailbox.store), config(mailbox.store->globalConfig()), dialogs(host, nullptr, &stores, config.get()),
-        links(dialogs, std::move(parent)) {}
+        links(dialogs) {}
   std::unique_ptr<DialogLogic> make(DialogView& view, SampleMailbox& mailbox, DialogHost& host) {
     return std::make_unique<SieveRulesDialog>(view, mailbox.properties(), host,
                                               SieveRulesDialog::ruleEditor(&links, nullptr));

@@ -227,8 +227,7 @@ Outcome runSession(session::SampleMailbox& mailbox) {
   host.setFailureSink([&](HRESULT code, const std::wstring&) { outcome.dropped.push_back(code); });
   SessionPlayer player(host);
   EXPECT_EQ(mailbox.open(), S_OK);
-  // The parameter dialogs open over the editor, the window in front at a click.
-  session::RulesDialogParts parts(mailbox, host, [] { return GetActiveWindow(); });
+  session::RulesDialogParts parts(mailbox, host);
   outcome.result = host.runModal(ui::SieveRulesDialog::kTemplateId, nullptr,
                                  [&](ui::DialogView& view) { return parts.make(view, mailbox, host); });
   outcome.applied = mailbox.applyWhenDirty();
