@@ -139,6 +139,7 @@ class SampleMailbox {
     }
     store->setMailbox(mailbox);
     original = mailbox.script;
+    loaded = mailbox;
   }
 
   // Makes the data object; the result of Initialize.
@@ -156,9 +157,16 @@ class SampleMailbox {
     return datatest::call(data(), L"Apply");
   }
   std::wstring script() const { return store->mailbox().script; }
+  // Whether everything but the script is as it was loaded.
+  bool restKept() const {
+    ReferenceStore::Mailbox now = store->mailbox();
+    now.script = loaded.script;
+    return now == loaded;
+  }
 
   std::unique_ptr<ReferenceStore::Store> store;
   std::wstring original;
+  ReferenceStore::Mailbox loaded;
   datatest::ScopedRegistry registry;
   ComRef<datatest::HostObject> nameSpace = ComRef<datatest::HostObject>::adopt(new datatest::HostObject);
   ComRef<config::ConfigProperties> object;

@@ -142,6 +142,7 @@ TEST(RulesSession, AddingMovingAndSwitchingOffRulesEndsInTheScriptTheUserMeant) 
   EXPECT_TRUE(outcome.dropped.empty());
   EXPECT_EQ(outcome.shown, session::sessionDialogs());
   session::expectSessionScript(mailbox.original, mailbox.script());
+  EXPECT_TRUE(mailbox.restKept()) << "the session changes the script alone";
 }
 
 TEST(RulesSession, EveryStoreCallOfTheSessionMayFailWithoutLosingTheScript) {
@@ -184,6 +185,7 @@ TEST(RulesSession, EveryStoreCallOfTheSessionMayFailWithoutLosingTheScript) {
     }
     if (!outcome.dropped.empty()) droppedIn.insert(call);
 
+    EXPECT_TRUE(mailbox.restKept());
     // The store holds the old script or the whole of what the data object wrote.
     const std::wstring stored = mailbox.script();
     if (stored != mailbox.original) {

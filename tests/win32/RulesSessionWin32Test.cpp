@@ -270,7 +270,9 @@ TEST(RulesSessionOnWindows, AStoreFailureInsideADialogStaysInItsWindowProcedure)
   std::wstring written;
   mailbox.object->writeSieveScript(written);
   EXPECT_EQ(stored, written);
+  EXPECT_NE(stored, mailbox.original) << "the rest of the session was stored";
   EXPECT_EQ(stored.find(session::kNewRuleName), std::wstring::npos) << "the rule without a folder was given up";
+  EXPECT_TRUE(mailbox.restKept());
 }
 
 }  // namespace
