@@ -140,14 +140,20 @@ class WindowUser : public session::User {
   // The control tells its dialog of a click on a link with EN_LINK and the link's range.
   void clickLink(ui::ControlId richEdit, const std::wstring& text) override {
     const LONG at = view_.richEditFind(richEdit, 0, text);
-    ASSERT_GE(at, 0) << "no link " << zelvo::testing::utf8(text);
+    ASSERT_GE(at, 0) << "no text " << zelvo::testing::utf8(text);
+    // The control draws the whole text as a link.
+    CHARRANGE range{at, at + static_cast<LONG>(text.size())};
+    SendMessageW(item(richEdit), EM_EXSETSEL, 0, reinterpret_cast<LPARAM>(&range));
+    CHARFORMAT2W format{};
+    format.cbSize = sizeof format;
+    SendMessageW(item(richEdit), EM_GETCHARFORMAT, SCF_SELECTION, reinterpret_cast<LPARAM>(&format));
+    EXPECT_TRUE((format.dwMask & CFM_LINK) && (format.dwEffects & CFE_LINK)) << zelvo::testing::utf8(text);
     ENLINK link{};
     link.nmhdr.hwndFrom = item(richEdit);
     link.nmhdr.idFrom = static_cast<UINT_PTR>(richEdit);
     link.nmhdr.code = EN_LINK;
     link.msg = WM_LBUTTONUP;
-    link.chrg.cpMin = at;
-    link.chrg.cpMax = at + static_cast<LONG>(text.size());
+    link.chrg = range;
     SendMessageW(dialog_, WM_NOTIFY, static_cast<WPARAM>(richEdit), reinterpret_cast<LPARAM>(&link));
   }
   std::vector<std::wstring> rows(ui::ControlId list) override {
