@@ -447,3 +447,24 @@ TEST_F(ReferenceStoreTest, JunkMarksAreRecordedInOrderAndMoveOnlyTheMessagesName
 }
 
 }  // namespace
+
+TEST_F(ReferenceStoreTest, PassedCallsRunSoThatALaterCallOfTheSameOperationFails) {
+  store.clearCalls();
+  store.passNext(Operation::SetSieveScript);
+  store.failNext(Operation::SetSieveScript, E_FAIL);
+  EXPECT_EQ(store.pendingFailures(), 2u);
+  const auto set = [&](const wchar_t* text) {
+    Bstr script{std::wstring(text)};
+    return config->setSieveScript(script.get());
+  };
+  EXPECT_EQ(set(L"keep;"), S_OK);
+  EXPECT_EQ(store.mailbox().script, L"keep;") << "the passed call did its work";
+  EXPECT_EQ(set(L"discard;"), E_FAIL);
+  EXPECT_EQ(store.mailbox().script, L"keep;");
+  EXPECT_EQ(store.pendingFailures(), 0u);
+  Bstr read;
+  EXPECT_EQ(config->getSieveScript(read.put()), S_OK);
+  EXPECT_EQ(store.calls(), (std::vector<Operation>{Operation::SetSieveScript, Operation::SetSieveScript,
+                                                   Operation::GetSieveScript}))
+      << "failed calls are in the log too";
+}

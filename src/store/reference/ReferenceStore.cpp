@@ -24,7 +24,9 @@ struct StoreState {
   mutable std::recursive_mutex mutex;
   Mailbox mailbox;
   Activity activity;
-  std::map<Operation, std::deque<HRESULT>> failures;
+  // An empty entry lets its call through.
+  std::map<Operation, std::deque<std::optional<HRESULT>>> failures;
+  std::vector<Operation> calls;
   std::map<Operation, std::deque<HRESULT>> warnings;
   ComRef<IAbConfig> abConfig;
   GlobalConfigObject* global = nullptr;  // the live IGlobalConfig, not a reference; cleared by its last release
@@ -32,9 +34,10 @@ struct StoreState {
   // An injected result for this call, if one is queued.
   std::optional<HRESULT> takeFailure(Operation operation) {
     std::lock_guard<std::recursive_mutex> lock(mutex);
+    calls.push_back(operation);
     auto found = failures.find(operation);
     if (found == failures.end() || found->second.empty()) return std::nullopt;
-    const HRESULT code = found->second.front();
+    const std::optional<HRESULT> code = found->second.front();
     found->second.pop_front();
     return code;
   }
@@ -665,9 +668,24 @@ Activity Store::activity() const {
   return state_->activity;
 }
 
+std::vector<Operation> Store::calls() const {
+  std::lock_guard<std::recursive_mutex> lock(state_->mutex);
+  return state_->calls;
+}
+
+void Store::clearCalls() {
+  std::lock_guard<std::recursive_mutex> lock(state_->mutex);
+  state_->calls.clear();
+}
+
 void Store::failNext(Operation operation, HRESULT code) {
   std::lock_guard<std::recursive_mutex> lock(state_->mutex);
   state_->failures[operation].push_back(code);
+}
+
+void Store::passNext(Operation operation) {
+  std::lock_guard<std::recursive_mutex> lock(state_->mutex);
+  state_->failures[operation].push_back(std::nullopt);
 }
 
 void Store::warnNext(Operation operation, HRESULT code) {

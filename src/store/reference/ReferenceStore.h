@@ -65,9 +65,15 @@ class Store {
   Mailbox mailbox() const;
   void setMailbox(Mailbox mailbox);
   Activity activity() const;
+  // Every call the service answered, injected failures included, in order.
+  std::vector<Operation> calls() const;
+  void clearCalls();
 
   // The next call of operation answers code and changes nothing. Several calls queue.
   void failNext(Operation operation, HRESULT code);
+  // The next call of operation runs as usual; queued before failNext, it makes a later call
+  // of the same operation the one that fails.
+  void passNext(Operation operation);
   // The next call of operation that succeeds answers code (a warning, above 0) instead of
   // S_OK, with its out-parameters filled as usual. Several calls queue.
   void warnNext(Operation operation, HRESULT code);
