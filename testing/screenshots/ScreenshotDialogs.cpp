@@ -41,8 +41,7 @@ Sieve::RulePtr sampleRule(AddIn::IMailServerOptions& options, const std::wstring
     rule->next = nullptr;
     return Sieve::RulePtr(rule);
   }
-  ZEL_CHECK(E_UNEXPECTED);
-  return nullptr;
+  ZEL_HERE.raise(E_UNEXPECTED, "The sample mailbox has no rule of that name.");
 }
 
 // A dialog's logic that keeps alive what it edits in place: the keeper is a base of its
@@ -107,7 +106,7 @@ const std::vector<ScreenshotDialog>& screenshotDialogs() {
        [](DialogView& v, Context& c) {
          // The words of the Invoices rule's subject condition, the first of its any-of.
          const auto rule = details::shared(details::sampleRule(c.options, L"Invoices"));
-         ZEL_CHECK(rule->test && rule->test->subTests ? S_OK : E_UNEXPECTED);
+         if (!rule->test || !rule->test->subTests) ZEL_HERE.raise(E_UNEXPECTED, "The Invoices rule has no any-of.");
          return std::make_unique<Keeping<ui::RuleContainsDialog>>(rule, v, *rule->test->subTests, c.host, nullptr);
        },
        nullptr},
