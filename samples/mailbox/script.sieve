@@ -12,11 +12,11 @@ if allof (spamtest , not address :all :is :iscontact "From" ["newsletter@lists.e
 #!1 Team reports
 if address :all :is "From" ["reports@example.com", "ci@build.example.com"] 
 {
-  fileinto "Inbox/Reports";
+  fileinto "INBOX/Reports";
   stop;
 }
 #!1 Invoices
-if anyof (header :contains "Subject" ["invoice", "receipt"] , address :domain :is "From" "billing.example.net" ) 
+if anyof (header :contains "Subject" ["invoice", "receipt", "payment reminder"] , address :domain :is "From" "billing.example.net" ) 
 {
   fileinto "Finance/Invoices";
   setreadflag;

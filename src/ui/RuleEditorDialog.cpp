@@ -158,7 +158,6 @@ void RuleEditorDialog::onInitDialog() {
   for (ControlId list : {kConditions, kActions}) {
     view().listViewSetExtendedStyle(list, lvx::checkBoxes | lvx::fullRowSelect, lvx::checkBoxes | lvx::fullRowSelect);
     view().listViewAddColumn(list, std::wstring(), 0);
-    view().listViewSetColumnWidth(list, 0, kColumnFill);
   }
   view().enableResizing(0, 0);
   view().setAnchor(kName, anchor::left | anchor::top | anchor::right);
@@ -175,6 +174,9 @@ void RuleEditorDialog::onInitDialog() {
   checkRuleConditions();
   checkRuleActions();
   view().setText(kName, rule_.name);
+  // The column fills the list once its items are in, so that it leaves room for a
+  // scroll bar that they bring and the list does not scroll sideways.
+  fitColumns();
   listsReady_ = true;
   description_.showRule(&rule_);
 }
@@ -182,6 +184,10 @@ void RuleEditorDialog::onInitDialog() {
 void RuleEditorDialog::onSize(int width, int height) {
   (void)width;
   (void)height;
+  fitColumns();
+}
+
+void RuleEditorDialog::fitColumns() {
   for (ControlId list : {kConditions, kActions}) view().listViewSetColumnWidth(list, 0, kColumnFill);
 }
 

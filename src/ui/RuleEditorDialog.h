@@ -44,6 +44,8 @@ class RuleEditorDialog : public DialogLogic {
 
  private:
   void fillLists();
+  // The one column of each list as wide as the list leaves it.
+  void fitColumns();
   // The item of a condition or action id, or kNoItem.
   int itemOf(ControlId list, unsigned id) const;
   void checkRuleConditions();

@@ -34,6 +34,17 @@ class NoSession : public iui_::IUnknownImpl<IDispatch> {
   }
 };
 
+// The session's message stores as the folder picker walks them: the sample mailbox alone,
+// under the name the client gives a user's own mailbox.
+class SampleStores : public ui::MessageStoreSession {
+ public:
+  explicit SampleStores(ReferenceStore::Store& store) : store_(store) {}
+  std::vector<Store> messageStores() override { return {{store_.mapiStore(), L"Mailbox - Jane Doe"}}; }
+
+ private:
+  ReferenceStore::Store& store_;
+};
+
 bool wanted(const char* name, const std::vector<std::string>& names) {
   if (names.empty()) return true;
   for (const std::string& n : names)
@@ -51,7 +62,8 @@ int run(const std::string& mailbox, const std::string& output, const std::vector
                                    config::ConfigProperties::kLoadDelegates));
 
   win32::Win32DialogHost host;
-  testing::ScreenshotContext context{*config.get(), *config.get(), globalConfig.get(), host};
+  SampleStores stores(*store);
+  testing::ScreenshotContext context{*config.get(), *config.get(), globalConfig.get(), stores, host};
   int failures = 0;
   for (const testing::ScreenshotDialog& dialog : testing::screenshotDialogs()) {
     if (!wanted(dialog.name, names)) continue;
@@ -61,7 +73,8 @@ int run(const std::string& mailbox, const std::string& output, const std::vector
       std::fprintf(stderr, "%s: a handler failed with 0x%08lX\n", dialog.name, static_cast<unsigned long>(code));
     });
     host.onShown([&](HWND window, win32::Win32DialogView& view, ui::DialogLogic&) {
-      // On top, painted, and then taken from the screen.
+      // Arranged as a user would leave it, on top, painted, and then taken from the screen.
+      if (dialog.arrange) dialog.arrange(window);
       SetForegroundWindow(window);
       RedrawWindow(window, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN | RDW_UPDATENOW);
       testing::pumpMessages(400);

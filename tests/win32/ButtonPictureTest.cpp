@@ -10,7 +10,8 @@ namespace {
 
 namespace GUI = zelvo::addin::GUI;
 
-constexpr UINT kIcon = 101, kBitmap = 102;
+// The spam button's icon of the module, and a bitmap of the test's own.
+constexpr UINT kIcon = 301, kBitmap = 102;
 
 struct PictureFacts {
   SHORT type = 0;

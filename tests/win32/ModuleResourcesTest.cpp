@@ -2,6 +2,8 @@
 // against the tables the code answers by, and its resources against their sources.
 #include <gtest/gtest.h>
 
+#include <set>
+#include <sstream>
 #include <string>
 
 #include "addin/registrar/AddInRegistration.h"
@@ -98,6 +100,33 @@ TEST_F(Module, RibbonTextsAndIconsArePresent) {
       }
     }
   }
+}
+
+// The module holds exactly the icons of the pixel art, each once with its two images: an
+// icon that a dialog names but nobody drew, or a second script of icons in the link, shows
+// here.
+TEST_F(Module, IconsAreThePixelArtEachOnce) {
+  std::set<int> drawn;
+  std::istringstream art(zelvo::testing::readFile(zelvo::testing::sourcePath("src/win32/icons/icons.txt")));
+  for (std::string line; std::getline(art, line);) {
+    std::istringstream words(line);
+    std::string kind;
+    int id = 0;
+    if (words >> kind >> id && (kind == "icon" || kind == "grey")) drawn.insert(id);
+  }
+  ASSERT_FALSE(drawn.empty());
+  for (int id : {251, 254, 261, 262, 263, 264}) EXPECT_EQ(drawn.count(id), 1u) << "icon " << id << " is not drawn";
+
+  const auto collect = [](HMODULE, LPCWSTR, LPWSTR name, LONG_PTR names) -> BOOL {
+    reinterpret_cast<std::multiset<int>*>(names)->insert(IS_INTRESOURCE(name) ? LOWORD(name) : -1);
+    return TRUE;
+  };
+  std::multiset<int> groups, images;
+  EnumResourceNamesW(module_, MAKEINTRESOURCEW(14) /* RT_GROUP_ICON */, collect, reinterpret_cast<LONG_PTR>(&groups));
+  EnumResourceNamesW(module_, MAKEINTRESOURCEW(3) /* RT_ICON */, collect, reinterpret_cast<LONG_PTR>(&images));
+  EXPECT_EQ(std::set<int>(groups.begin(), groups.end()), drawn);
+  EXPECT_EQ(groups.size(), drawn.size());
+  EXPECT_EQ(images.size(), 2 * drawn.size()) << "a 16 and a 32 pixel image each, and no copies";
 }
 
 TEST_F(Module, ThemingManifestsAndVersionArePresent) {

@@ -77,6 +77,15 @@ TEST(RuleEditorDialogWin32, ChecksOnTheRealListsBuildTheRuleAndItsLinks) {
     EXPECT_EQ(SendMessageW(conditions, LVM_GETITEMCOUNT, 0, 0), 10);
     EXPECT_EQ(SendMessageW(actions, LVM_GETITEMCOUNT, 0, 0), 9);
     EXPECT_TRUE(SendMessageW(conditions, LVM_GETEXTENDEDLISTVIEWSTYLE, 0, 0) & LVS_EX_CHECKBOXES);
+    // Every condition and action in sight at the template's size, and no list scrolls
+    // sideways: its one column fits inside the list as the items left it.
+    for (HWND list : {conditions, actions}) {
+      EXPECT_GE(SendMessageW(list, LVM_GETCOUNTPERPAGE, 0, 0), SendMessageW(list, LVM_GETITEMCOUNT, 0, 0));
+      RECT client{};
+      GetClientRect(list, &client);
+      EXPECT_LE(SendMessageW(list, LVM_GETCOLUMNWIDTH, 0, 0), client.right);
+      EXPECT_FALSE(GetWindowLongPtrW(list, GWL_STYLE) & WS_HSCROLL);
+    }
 
     // All messages: the other nine show no check box, and one the user toggles goes back.
     setStateImage(conditions, 9, RuleEditorDialog::kChecked);
