@@ -333,8 +333,8 @@ TEST_F(RulesDialogTest, EachNestedDialogIsOwnedByTheDialogThatOpenedIt) {
     return std::make_unique<SieveRulesDialog>(v, properties(), host, SieveRulesDialog::ruleEditor(&links, nullptr));
   });
 
-  ASSERT_EQ(host.shownIds(), (std::vector<int>{SieveRulesDialog::kTemplateId, kEditorId, RuleContainsDialog::kTemplateId,
-                                               RuleConditionDialog::kTemplateId}));
+  ASSERT_EQ(host.shownIds(), (std::vector<int>{SieveRulesDialog::kTemplateId, kEditorId,
+                                               RuleContainsDialog::kTemplateId, RuleConditionDialog::kTemplateId}));
   const auto& shown = host.shown();
   EXPECT_EQ(shown[0].parent, owner);
   for (std::size_t i = 1; i < shown.size(); ++i) {
