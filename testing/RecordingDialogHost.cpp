@@ -19,7 +19,7 @@ std::vector<int> RecordingDialogHost::shownIds() const {
 }
 
 int RecordingDialogHost::runModal(int templateId, HWND parent, const LogicFactory& make) {
-  shown_.push_back({templateId, parent, ui::kIdCancel, {}, {}});
+  shown_.push_back({templateId, parent, nullptr, ui::kIdCancel, {}, {}});
   const std::size_t index = shown_.size() - 1;
   auto queue = scripts_.find(templateId);
   if (queue == scripts_.end() || queue->second.empty()) {
@@ -30,6 +30,7 @@ int RecordingDialogHost::runModal(int templateId, HWND parent, const LogicFactor
   queue->second.pop_front();
 
   RecordingDialogView view;
+  shown_[index].window = view.window();
   const std::unique_ptr<ui::DialogLogic> logic = make(view);
   if (!logic) {
     ADD_FAILURE() << "dialog " << templateId << " got no logic";
@@ -51,6 +52,18 @@ int RecordingDialogHost::runModal(int templateId, HWND parent, const LogicFactor
   record.messages = view.messages();
   record.failures = view.failures();
   return result;
+}
+
+int RecordingDialogHost::messageBox(HWND parent, const std::wstring& text, const std::wstring& caption, UINT style) {
+  boxes_.push_back({parent, {text, caption, style}});
+  if ((style & ui::mb::buttonMask) == ui::mb::ok) return ui::kIdOk;
+  if (answers_.empty()) {
+    ADD_FAILURE() << "a message box that nobody answers was shown (style " << style << ")";
+    return ui::kIdCancel;
+  }
+  const int answer = answers_.front();
+  answers_.pop_front();
+  return answer;
 }
 
 }  // namespace zelvo::testing

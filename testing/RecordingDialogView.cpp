@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
 #include <cwctype>
 #include <ostream>
 
@@ -26,7 +28,14 @@ bool sameIgnoringCase(const std::wstring& a, const std::wstring& b) {
 int flipped(int image) {
   return image == ui::stateImage::unchecked ? ui::stateImage::checked : ui::stateImage::unchecked;
 }
+// Made-up window handles: far from the small numbers real handles are, one per view.
+HWND nextFakeWindow() {
+  static std::atomic<std::uintptr_t> next{0xF00D0000};
+  return reinterpret_cast<HWND>(next.fetch_add(0x10));
+}
 }  // namespace
+
+RecordingDialogView::RecordingDialogView() : window_(nextFakeWindow()) {}
 
 const RecordingDialogView::Control& RecordingDialogView::control(ui::ControlId id) const {
   static const Control fresh;

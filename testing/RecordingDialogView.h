@@ -115,6 +115,8 @@ class RecordingDialogView : public ui::DialogView {
     int fontPoints = 0;
   };
 
+  RecordingDialogView();
+
   // --- what a test sets up or reads -----------------------------------------------------
   // The answer of the next message box that is not a plain OK box. Without one queued such
   // a box fails the test and answers Cancel.
@@ -278,6 +280,9 @@ class RecordingDialogView : public ui::DialogView {
   void setAnchor(ui::ControlId id, UINT edges) override { at(id).anchor = edges; }
   void sendNotification(ui::ControlId id, int code) override;
 
+  // A handle of its own, made up: distinct for every view, and never a real window, so that
+  // a test sees which dialog owns which.
+  HWND window() const override { return window_; }
   int messageBox(const std::wstring& text, const std::wstring& caption, UINT style) override;
   void beep(ui::Beep kind) override { beeps_.push_back(kind); }
   void endDialog(int result) override;
@@ -297,6 +302,7 @@ class RecordingDialogView : public ui::DialogView {
   bool notifyLogic(ui::ControlId id, const ui::Notification& notification);
   void eraseTreeItem(Tree& tree, ui::TreeItem item);
 
+  HWND window_;
   std::map<ui::ControlId, Control> controls_;
   ui::ControlId focus_ = ui::kNoControl;
   ui::ControlId defaultButton_ = ui::kIdOk;

@@ -340,6 +340,9 @@ class DialogView {
   virtual void richEditSetFont(ControlId id, const std::wstring& face, int points) = 0;
 
   // --- the window -----------------------------------------------------------------------------
+  // The dialog's own window: the owner of the dialogs and message boxes it opens. The logic
+  // only hands it on and never calls the window itself.
+  virtual HWND window() const = 0;
   virtual void setTitle(const std::wstring& text) = 0;
   // The dialog's big and small icon, an icon of the module.
   virtual void setIcon(int iconId) = 0;

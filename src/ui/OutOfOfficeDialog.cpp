@@ -299,7 +299,7 @@ bool OutOfOfficeDialog::readExternalPanel() {
 
 bool OutOfOfficeDialog::confirmDroppingExternal() {
   if (settings_.advancedMode || !record_.externalSupported || !details::externalDiffersFromPlain(record_)) return true;
-  const int answer = host_.runModal(WarningQuestionDialog::kTemplateId, nullptr, [](DialogView& nested) {
+  const int answer = host_.runModal(WarningQuestionDialog::kTemplateId, view().window(), [](DialogView& nested) {
     return std::make_unique<WarningQuestionDialog>(
         nested, std::wstring(), Localization::getString(details::kDropExternalQuestion),
         Localization::getString(details::kDropExternalConfirm), Localization::getString(details::kDropExternalCancel));

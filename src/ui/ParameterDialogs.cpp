@@ -103,9 +103,9 @@ bool ParameterDialogs::editValues(Sieve::LinkKind kind, Sieve::SieveTest& test, 
   // The comparison may change through the nested condition dialog even when the values' dialog is
   // cancelled, so both are compared whatever it ended with.
   if (address) {
-    RulePeopleDialog::run(host_, parent, test, host_, parent, picker_);
+    RulePeopleDialog::run(host_, parent, test, host_, picker_);
   } else {
-    RuleContainsDialog::run(host_, parent, test, host_, parent);
+    RuleContainsDialog::run(host_, parent, test, host_);
   }
   return Sieve::stringListToVector(test.values) != values || test.matchType != type || test.negated != negated;
 }

@@ -150,7 +150,7 @@ bool RuleDescriptionCtrl::clickAt(LONG position) {
     if (link.kind == Sieve::LinkKind::NotifyMessage && rule->argument.empty()) {
       rule->argument = Sieve::kDefaultNotifyMessage;
     }
-    if (!host_->editLink(link.kind, test, rule)) return false;
+    if (!host_->editLink(link.kind, test, rule, view_.window())) return false;
     rebuild();
     view_.sendNotification(id_, notify::descriptionChanged);
     return true;

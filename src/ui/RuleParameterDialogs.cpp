@@ -48,8 +48,8 @@ int conditionRow(Sieve::MatchType type, bool negated) { return static_cast<int>(
 
 // --- values of a test ----------------------------------------------------------------------------
 
-RuleValueListDialog::RuleValueListDialog(DialogView& view, Sieve::SieveTest& test, DialogHost& host, HWND parent)
-    : DialogLogic(view), test_(test), host_(host), parent_(parent) {}
+RuleValueListDialog::RuleValueListDialog(DialogView& view, Sieve::SieveTest& test, DialogHost& host)
+    : DialogLogic(view), test_(test), host_(host) {}
 
 void RuleValueListDialog::onInitDialog() {
   values_ = Sieve::stringListToVector(test_.values);
@@ -117,7 +117,7 @@ void RuleValueListDialog::removeValue() {
 void RuleValueListDialog::editCondition() {
   Sieve::MatchType type = test_.matchType;
   bool negated = test_.negated;
-  if (RuleConditionDialog::run(host_, parent_, type, negated) != kIdOk) return;
+  if (RuleConditionDialog::run(host_, view().window(), type, negated) != kIdOk) return;
   test_.matchType = type;
   test_.negated = negated;
   showCondition();

@@ -51,8 +51,8 @@ class RuleValueListDialog : public DialogLogic {
   static constexpr ControlId kCondition = 10013;
   static constexpr ControlId kConditionLabel = 10019;
 
-  // The nested condition dialog runs through host over parent.
-  RuleValueListDialog(DialogView& view, Sieve::SieveTest& test, DialogHost& host, HWND parent);
+  // The nested condition dialog runs through host, owned by this dialog.
+  RuleValueListDialog(DialogView& view, Sieve::SieveTest& test, DialogHost& host);
 
   // The values in the order the list shows them.
   const std::vector<std::wstring>& values() const { return values_; }
@@ -74,15 +74,14 @@ class RuleValueListDialog : public DialogLogic {
 
   Sieve::SieveTest& test_;
   DialogHost& host_;
-  HWND parent_;
   std::vector<std::wstring> values_;
 };
 
 // The words of a header condition.
 class RuleContainsDialog : public SieveEditDialogImpl<RuleContainsDialog, 5021, RuleValueListDialog> {
  public:
-  RuleContainsDialog(DialogView& view, Sieve::SieveTest& test, DialogHost& host, HWND parent)
-      : SieveEditDialogImpl(view, test, host, parent) {}
+  RuleContainsDialog(DialogView& view, Sieve::SieveTest& test, DialogHost& host)
+      : SieveEditDialogImpl(view, test, host) {}
 };
 
 // The addresses of an address condition; the address book adds to them.
@@ -91,8 +90,8 @@ class RulePeopleDialog : public SieveEditDialogImpl<RulePeopleDialog, 5019, Rule
   static constexpr ControlId kAddressBook = 10012;
 
   // Without a picker the address book button is disabled.
-  RulePeopleDialog(DialogView& view, Sieve::SieveTest& test, DialogHost& host, HWND parent, AddressBookPicker* picker)
-      : SieveEditDialogImpl(view, test, host, parent), picker_(picker) {}
+  RulePeopleDialog(DialogView& view, Sieve::SieveTest& test, DialogHost& host, AddressBookPicker* picker)
+      : SieveEditDialogImpl(view, test, host), picker_(picker) {}
 
  protected:
   void onInitDialog() override;

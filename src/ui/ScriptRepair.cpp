@@ -1,7 +1,6 @@
 #include "ui/ScriptRepair.h"
 
 #include <memory>
-#include <utility>
 
 #include "base/HResultException.h"
 #include "ui/ParseFailureMessage.h"
@@ -9,14 +8,12 @@
 
 namespace zelvo::ui {
 
-ScriptRepair::ScriptRepair(DialogHost& host, ParentMessageBox messageBox)
-    : host_(host), messageBox_(std::move(messageBox)) {}
+ScriptRepair::ScriptRepair(DialogHost& host) : host_(host) {}
 
 bool ScriptRepair::showParseFailure(HWND parent, const Sieve::SieveParseStatus& status, bool askFix) {
   return ui::showParseFailure(
       [&](const std::wstring& text, const std::wstring& caption, UINT style) {
-        if (messageBox_) return messageBox_(parent, text, caption, style);
-        return MessageBoxW(parent, text.c_str(), caption.c_str(), style);
+        return host_.messageBox(parent, text, caption, style);
       },
       status, askFix);
 }

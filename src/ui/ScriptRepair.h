@@ -3,7 +3,6 @@
 // rule set with setScriptRepair, it lets a load with a user present end as Repaired.
 #pragma once
 
-#include <functional>
 #include <string>
 
 #include "sieve/SieveRules.h"
@@ -13,13 +12,9 @@ namespace zelvo::ui {
 
 class ScriptRepair : public Sieve::IScriptRepair {
  public:
-  // A message box over a parent window, as MessageBoxW: the button chosen.
-  using ParentMessageBox =
-      std::function<int(HWND parent, const std::wstring& text, const std::wstring& caption, UINT style)>;
-
-  // The caller keeps host alive while the repair is in use. Without messageBox the
-  // system's message box is used.
-  explicit ScriptRepair(DialogHost& host, ParentMessageBox messageBox = {});
+  // The caller keeps host alive while the repair is in use; the host shows the message
+  // and the script dialog over the parent window that the rule set hands in.
+  explicit ScriptRepair(DialogHost& host);
 
   bool showParseFailure(HWND parent, const Sieve::SieveParseStatus& status, bool askFix) override;
   // The whole script in the script dialog, parsed on OK, several rules allowed.
@@ -27,7 +22,6 @@ class ScriptRepair : public Sieve::IScriptRepair {
 
  private:
   DialogHost& host_;
-  ParentMessageBox messageBox_;
 };
 
 }  // namespace zelvo::ui

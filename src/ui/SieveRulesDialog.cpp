@@ -31,10 +31,6 @@ std::wstring copyName(int n, const std::wstring& rowText) {
   return prefix + rowText;
 }
 
-// The owner of a nested dialog: this dialog, which is the active window while one of its
-// handlers runs. The view does not hand out its window.
-HWND owner() { return GetActiveWindow(); }
-
 }  // namespace details
 
 SieveRulesDialog::RuleEditorFactory SieveRulesDialog::ruleEditor(RuleDescriptionHost* links,
@@ -172,7 +168,7 @@ void SieveRulesDialog::showDescription(Sieve::SieveRule* rule, bool severalSelec
 
 int SieveRulesDialog::runEditor(Sieve::SieveRule& rule) {
   if (!editor_) ZEL_HERE.raise(E_NOTIMPL, L"No rule editor");
-  return host_.runModal(kRuleEditorTemplateId, details::owner(), [&](DialogView& view) { return editor_(view, rule); });
+  return host_.runModal(kRuleEditorTemplateId, view().window(), [&](DialogView& view) { return editor_(view, rule); });
 }
 
 void SieveRulesDialog::replaceRow(int row, Sieve::SieveRule* rule) {
@@ -229,7 +225,7 @@ void SieveRulesDialog::editAsScriptSteps(int row) {
   std::wstring text;
   Sieve::SieveRule::writeScript(rule, text, true);
   SieveScriptDialog::Result result;
-  const int ended = host_.runModal(SieveScriptDialog::kTemplateId, details::owner(), [&](DialogView& view) {
+  const int ended = host_.runModal(SieveScriptDialog::kTemplateId, view().window(), [&](DialogView& view) {
     return std::make_unique<SieveScriptDialog>(view, text, true, true, &result);
   });
   if (ended != kIdOk) return;

@@ -122,4 +122,8 @@ int Win32DialogHost::runModal(int templateId, HWND parent, const LogicFactory& m
   return static_cast<int>(result);
 }
 
+int Win32DialogHost::messageBox(HWND parent, const std::wstring& text, const std::wstring& caption, UINT style) {
+  return MessageBoxW(parent, text.c_str(), caption.c_str(), style);
+}
+
 }  // namespace zelvo::win32

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "ui/DialogHost.h"
 #include "win32/Win32DialogView.h"
@@ -22,6 +23,7 @@ class Win32DialogHost : public ui::DialogHost {
   void setFailureSink(Win32DialogView::FailureSink sink) { failureSink_ = std::move(sink); }
 
   int runModal(int templateId, HWND parent, const LogicFactory& make) override;
+  int messageBox(HWND parent, const std::wstring& text, const std::wstring& caption, UINT style) override;
 
  private:
   HINSTANCE module_;

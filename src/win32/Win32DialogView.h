@@ -28,7 +28,7 @@ class Win32DialogView : public ui::DialogView {
 
   // The dialog window, from WM_INITDIALOG on.
   void attach(HWND dialog) { dialog_ = dialog; }
-  HWND window() const { return dialog_; }
+  HWND window() const override { return dialog_; }
 
   // Dropped handler failures go to the debugger's trace, and to sink when one is set.
   using FailureSink = std::function<void(HRESULT code, const std::wstring& text)>;

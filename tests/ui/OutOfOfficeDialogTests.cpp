@@ -633,6 +633,7 @@ TEST_P(OutOfOfficeServerExternal, ExternalOptionsThatSayMoreAreDroppedOnlyWhenTh
       << c.what;
   if (c.answer) {
     EXPECT_EQ(questionText, Localization::getString(0x3AAA));
+    EXPECT_EQ(host.shown()[0].parent, view.window()) << "the question is the dialog's own";
   }
   EXPECT_EQ(view.result().has_value(), c.ends) << c.what;
   EXPECT_EQ(record.externalSupported, c.keepsExternal) << c.what;

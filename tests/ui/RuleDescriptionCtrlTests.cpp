@@ -32,12 +32,13 @@ struct Call {
   LinkKind kind;
   SieveTest* test;
   SieveRule* rule;
+  HWND parent;
 };
 
 class FakeHost : public zelvo::ui::RuleDescriptionHost {
  public:
-  bool editLink(LinkKind kind, SieveTest* test, SieveRule* rule) override {
-    calls.push_back({kind, test, rule});
+  bool editLink(LinkKind kind, SieveTest* test, SieveRule* rule, HWND parent) override {
+    calls.push_back({kind, test, rule, parent});
     if (edit) edit(kind, test, rule);
     return changes;
   }
@@ -221,6 +222,7 @@ TEST_F(DescriptionCtrlTest, AClickInsideALinkOpensItsDialogAndTellsTheDialog) {
   EXPECT_EQ(host.calls[0].kind, LinkKind::Redirect);
   EXPECT_EQ(host.calls[0].rule, rule->thenBlock->next);
   EXPECT_EQ(host.calls[0].test, nullptr);
+  EXPECT_EQ(host.calls[0].parent, view.window()) << "the dialog that shows the description owns the one it opens";
   const RuleLink& changed = ctrl.links().back();
   EXPECT_EQ(shown(changed), L"new@x.org");
   EXPECT_TRUE(ctrl.complete());

@@ -27,7 +27,7 @@ constexpr int kDisabled = RuleEditorDialog::kDisabled;
 
 class FakeLinks : public zelvo::ui::RuleDescriptionHost {
  public:
-  bool editLink(LinkKind kind, SieveTest*, SieveRule* rule) override {
+  bool editLink(LinkKind kind, SieveTest*, SieveRule* rule, HWND) override {
     kinds.push_back(kind);
     if (kind == LinkKind::FileInto) rule->argument = L"Archive";
     return true;

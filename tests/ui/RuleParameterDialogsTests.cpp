@@ -69,7 +69,7 @@ struct ValueList {
   explicit ValueList(const Strings& values = {L"zeta", L"Alpha", L"beta"}) : test(subjectTest(values)) {}
 
   void open() {
-    dialog = std::make_unique<D>(view, *test, host, nullptr);
+    dialog = std::make_unique<D>(view, *test, host);
     view.attach(*dialog);
     dialog->initDialog();
   }
@@ -261,7 +261,7 @@ TEST(RulePeopleDialog, TheAddressBookAddsEachChosenAddressThroughAdd) {
   FakePicker picker;
   Sieve::TestPtr test(Sieve::createTestForCondition(Sieve::ConditionFrom));
   test->values = Sieve::makeStringList({L"b@example.com"});
-  RulePeopleDialog dialog(view, *test, host, nullptr, &picker);
+  RulePeopleDialog dialog(view, *test, host, &picker);
   view.attach(dialog);
   dialog.initDialog();
   EXPECT_TRUE(view.isEnabled(RulePeopleDialog::kAddressBook));

@@ -32,28 +32,14 @@ const HWND kParent = reinterpret_cast<HWND>(static_cast<LONG_PTR>(0x4242));
 
 class ScriptRepairTest : public zelvo::ui::test::MailboxFixture {
  protected:
-  struct Shown {
-    HWND parent;
-    std::wstring text;
-    std::wstring caption;
-    UINT style;
-  };
   RecordingDialogHost host;
-  std::vector<Shown> messages;
-  std::vector<int> answers;  // for the message boxes, in order
-  ScriptRepair repair{host, [this](HWND parent, const std::wstring& text, const std::wstring& caption, UINT style) {
-                        messages.push_back({parent, text, caption, style});
-                        if (answers.empty()) return zelvo::ui::kIdCancel;
-                        const int answer = answers.front();
-                        answers.erase(answers.begin());
-                        return answer;
-                      }};
+  ScriptRepair repair{host};
 
   // The mailbox as the client loads it, no user asked; then the repair is put in place.
   void openBroken() {
     EXPECT_EQ(openMailbox(kBroken), S_FALSE) << "the rule set fails to load, quietly";
     EXPECT_EQ(object->getSieveStatus(), Sieve::SieveStatus::NotLoaded);
-    EXPECT_TRUE(messages.empty());
+    EXPECT_TRUE(host.boxes().empty());
     object->setScriptRepair(&repair);
   }
   // What a dialog that needs the rules does first.
@@ -65,7 +51,7 @@ class ScriptRepairTest : public zelvo::ui::test::MailboxFixture {
 
 TEST_F(ScriptRepairTest, ACorrectedScriptIsRepairedAndStoredByTheNextSave) {
   openBroken();
-  answers = {zelvo::ui::kIdYes};
+  host.queueAnswer(zelvo::ui::kIdYes);
   host.script(kScriptId, [](RecordingDialogView& view, DialogLogic& logic) {
     EXPECT_EQ(view.getText(kEdit), kBroken) << "the stored text as it is";
     view.setText(kEdit, L"#!1 Open\r\nif true {\r\n  keep;\r\n}\r\n#!1 Second\r\nif true {\r\n  stop;\r\n}\r\n");
@@ -73,11 +59,12 @@ TEST_F(ScriptRepairTest, ACorrectedScriptIsRepairedAndStoredByTheNextSave) {
   });
   EXPECT_EQ(validate(), S_OK);
 
-  ASSERT_EQ(messages.size(), 1u);
-  EXPECT_EQ(messages[0].parent, kParent);
-  EXPECT_EQ(messages[0].text, kUnreadable + L"\n\nLine 5: premature end of script inside block\n\n" + kAskFix);
-  EXPECT_EQ(messages[0].caption, L"Zelvo Mail Bridge");
-  EXPECT_EQ(messages[0].style, mb::yesNo | mb::iconExclamation);
+  ASSERT_EQ(host.boxes().size(), 1u);
+  const RecordingDialogHost::Box& box = host.boxes()[0];
+  EXPECT_EQ(box.parent, kParent);
+  EXPECT_EQ(box.message.text, kUnreadable + L"\n\nLine 5: premature end of script inside block\n\n" + kAskFix);
+  EXPECT_EQ(box.message.caption, L"Zelvo Mail Bridge");
+  EXPECT_EQ(box.message.style, mb::yesNo | mb::iconExclamation);
   ASSERT_EQ(host.shown().size(), 1u);
   EXPECT_EQ(host.shown()[0].parent, kParent);
 
@@ -89,12 +76,12 @@ TEST_F(ScriptRepairTest, ACorrectedScriptIsRepairedAndStoredByTheNextSave) {
   EXPECT_EQ(storedScript(), keepRule(L"Open") + zelvo::ui::test::ruleText(L"Second", L"true", L"  stop;\r\n"));
   EXPECT_EQ(object->getSieveStatus(), Sieve::SieveStatus::Loaded);
   EXPECT_EQ(validate(), S_OK) << "a loaded set is not checked again";
-  EXPECT_EQ(messages.size(), 1u);
+  EXPECT_EQ(host.boxes().size(), 1u);
 }
 
 TEST_F(ScriptRepairTest, AnEmptiedScriptIsRepairedToNoRules) {
   openBroken();
-  answers = {zelvo::ui::kIdYes};
+  host.queueAnswer(zelvo::ui::kIdYes);
   host.script(kScriptId, [](RecordingDialogView& view, DialogLogic& logic) {
     view.queueAnswer(zelvo::ui::kIdYes);
     view.setText(kEdit, L"");
@@ -117,7 +104,7 @@ class ScriptRepairRefused : public ScriptRepairTest, public ::testing::WithParam
 
 TEST_P(ScriptRepairRefused, LeavesTheSetUnloadedAndTheStoredScriptAlone) {
   openBroken();
-  answers = {GetParam().answer};
+  host.queueAnswer(GetParam().answer);
   if (GetParam().dialogCancelled) {
     host.script(kScriptId, [](RecordingDialogView& view, DialogLogic& logic) {
       view.setText(kEdit, keepRule(L"Typed"));
@@ -125,7 +112,7 @@ TEST_P(ScriptRepairRefused, LeavesTheSetUnloadedAndTheStoredScriptAlone) {
     });
   }
   EXPECT_EQ(validate(), GetParam().result);
-  EXPECT_EQ(messages.size(), 1u);
+  EXPECT_EQ(host.boxes().size(), 1u);
   EXPECT_EQ(host.shown().size(), GetParam().dialogCancelled ? 1u : 0u);
   EXPECT_EQ(object->getSieveStatus(), Sieve::SieveStatus::NotLoaded);
   EXPECT_FALSE(datatest::get(data(), L"Dirty").toBool());
@@ -139,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(Ways, ScriptRepairRefused,
 
 TEST_F(ScriptRepairTest, AScriptThatStillDoesNotParseKeepsTheDialogOpen) {
   openBroken();
-  answers = {zelvo::ui::kIdYes};
+  host.queueAnswer(zelvo::ui::kIdYes);
   host.script(kScriptId, [](RecordingDialogView& view, DialogLogic& logic) {
     logic.command(zelvo::ui::kIdOk, notify::buttonClicked);  // unchanged: fails again
     EXPECT_FALSE(view.result().has_value());

@@ -10,7 +10,9 @@
 #include "testing/RecordingDialogHost.h"
 #include "testing/RecordingDialogView.h"
 #include "testing/TestEnvironment.h"
+#include "ui/ParameterDialogs.h"
 #include "ui/RuleEditorDialog.h"
+#include "ui/RuleParameterDialogs.h"
 #include "ui/SieveRulesDialog.h"
 #include "ui/SieveScriptDialog.h"
 
@@ -287,6 +289,60 @@ TEST_F(RulesDialogTest, TheProductsEditorBuildsTheAddedRule) {
   EXPECT_EQ(host.shown()[0].result, kIdOk);
   EXPECT_EQ(rows(), (Texts{L"A", L"Last stop"}));
   EXPECT_EQ(okAndSave(), keepRule(L"A") + ruleText(L"Last stop", L"true", L"  stop;\r\n"));
+}
+
+// The links of the editor's description, opened on the product's parameter dialogs.
+class ParameterLinks : public zelvo::ui::RuleDescriptionHost {
+ public:
+  explicit ParameterLinks(zelvo::ui::DialogHost& host) : dialogs_(host, nullptr, nullptr, nullptr) {}
+  bool editLink(Sieve::LinkKind kind, Sieve::SieveTest* test, Sieve::SieveRule* rule, HWND parent) override {
+    return dialogs_.edit(kind, test, rule, parent);
+  }
+
+ private:
+  zelvo::ui::ParameterDialogs dialogs_;
+};
+
+TEST_F(RulesDialogTest, EachNestedDialogIsOwnedByTheDialogThatOpenedIt) {
+  using zelvo::ui::RuleConditionDialog;
+  using zelvo::ui::RuleContainsDialog;
+  using zelvo::ui::RuleEditorDialog;
+  ASSERT_EQ(openMailbox(ruleText(L"Offers", L"header :contains \"Subject\" \"sale\"", L"  discard;\r\n")), S_OK);
+  ParameterLinks links(host);
+  const HWND owner = reinterpret_cast<HWND>(static_cast<LONG_PTR>(0x4242));
+  host.script(SieveRulesDialog::kTemplateId, [](RecordingDialogView&, DialogLogic& logic) {
+    logic.command(SieveRulesDialog::kEdit, notify::buttonClicked);
+    logic.command(kIdCancel, notify::buttonClicked);
+  });
+  host.script(kEditorId, [](RecordingDialogView& v, DialogLogic& logic) {
+    // The words of the condition, the one link whose text is a value of the rule.
+    for (const auto& link : v.richEditLinks(RuleEditorDialog::kDescription)) {
+      if (v.richEditTextRange(RuleEditorDialog::kDescription, link.start, link.end).find(L"sale") != std::wstring::npos)
+        v.userClickLink(RuleEditorDialog::kDescription, link.start);
+    }
+    logic.command(kIdCancel, notify::buttonClicked);
+  });
+  host.script(RuleContainsDialog::kTemplateId, [](RecordingDialogView&, DialogLogic& logic) {
+    logic.command(RuleContainsDialog::kCondition, notify::buttonClicked);
+    logic.command(kIdCancel, notify::buttonClicked);
+  });
+  host.script(RuleConditionDialog::kTemplateId, [](RecordingDialogView&, DialogLogic& logic) {
+    logic.command(kIdCancel, notify::buttonClicked);
+  });
+  host.runModal(SieveRulesDialog::kTemplateId, owner, [&](DialogView& v) {
+    return std::make_unique<SieveRulesDialog>(v, properties(), host, SieveRulesDialog::ruleEditor(&links, nullptr));
+  });
+
+  ASSERT_EQ(host.shownIds(), (std::vector<int>{SieveRulesDialog::kTemplateId, kEditorId,
+                                               RuleContainsDialog::kTemplateId, RuleConditionDialog::kTemplateId}));
+  const auto& shown = host.shown();
+  EXPECT_EQ(shown[0].parent, owner);
+  for (std::size_t i = 1; i < shown.size(); ++i) {
+    EXPECT_NE(shown[i - 1].window, nullptr);
+    EXPECT_NE(shown[i].window, shown[i - 1].window);
+    EXPECT_EQ(shown[i].parent, shown[i - 1].window) << "dialog " << shown[i].templateId;
+  }
+  EXPECT_EQ(host.pendingScripts(), 0u);
 }
 
 TEST_F(RulesDialogTest, TheDescriptionShowsTheSelectedRule) {

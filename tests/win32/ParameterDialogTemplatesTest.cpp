@@ -99,9 +99,9 @@ TEST(ParameterDialogTemplates, EachTemplateHoldsTheControlsOfItsLogic) {
   people.push_back({RulePeopleDialog::kAddressBook, L"Button"});
   const std::vector<Case> cases = {
       {RuleContainsDialog::kTemplateId,
-       [&](DialogView& v) { return std::make_unique<RuleContainsDialog>(v, *header, nested, nullptr); }, valueList},
+       [&](DialogView& v) { return std::make_unique<RuleContainsDialog>(v, *header, nested); }, valueList},
       {RulePeopleDialog::kTemplateId,
-       [&](DialogView& v) { return std::make_unique<RulePeopleDialog>(v, *address, nested, nullptr, &picker); },
+       [&](DialogView& v) { return std::make_unique<RulePeopleDialog>(v, *address, nested, &picker); },
        people},
       {RuleMessageDialog::kTemplateId,
        [&](DialogView& v) { return std::make_unique<RuleMessageDialog>(v, text); },
@@ -151,6 +151,35 @@ TEST(ParameterDialogTemplates, WhatTheLogicShowsArrivesInTheRealControls) {
         EXPECT_TRUE(GetWindowLongPtrW(dialog, GWL_STYLE) & WS_THICKFRAME) << "the message dialog is resizable";
         EXPECT_TRUE(GetWindowLongPtrW(GetDlgItem(dialog, RuleMessageDialog::kEdit), GWL_STYLE) & ES_MULTILINE);
       });
+}
+
+TEST(ParameterDialogTemplates, TheConditionDialogIsOwnedByTheWordsDialogThatOpensIt) {
+  Sieve::TestPtr header(Sieve::createTestForCondition(Sieve::ConditionSubject));
+  header->values = Sieve::makeStringList({L"offer"});
+  Win32DialogHost host;
+  std::vector<HRESULT> failures;
+  host.setFailureSink([&](HRESULT code, const std::wstring&) { failures.push_back(code); });
+  HWND words = nullptr, condition = nullptr, conditionOwner = nullptr;
+  host.onShown([&](HWND dialog, Win32DialogView& view, DialogLogic& logic) {
+    if (dynamic_cast<RuleConditionDialog*>(&logic)) {
+      condition = dialog;
+      conditionOwner = GetWindow(dialog, GW_OWNER);
+      view.endDialog(kIdCancel);
+      return;
+    }
+    words = dialog;
+    // The condition dialog runs its modal loop inside this click.
+    SendMessageW(dialog, WM_COMMAND, MAKEWPARAM(RuleValueListDialog::kCondition, BN_CLICKED),
+                 reinterpret_cast<LPARAM>(GetDlgItem(dialog, RuleValueListDialog::kCondition)));
+    view.endDialog(kIdCancel);
+  });
+  EXPECT_EQ(host.runModal(RuleContainsDialog::kTemplateId, nullptr,
+                          [&](DialogView& v) { return std::make_unique<RuleContainsDialog>(v, *header, host); }),
+            kIdCancel);
+  ASSERT_NE(words, nullptr);
+  ASSERT_NE(condition, nullptr) << "the condition dialog did not open";
+  EXPECT_EQ(conditionOwner, words);
+  EXPECT_TRUE(failures.empty());
 }
 
 // One store of the account for the folder picker.

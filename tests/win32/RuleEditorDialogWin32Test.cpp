@@ -21,7 +21,7 @@ using zelvo::ui::RuleEditorDialog;
 
 class FolderLink : public zelvo::ui::RuleDescriptionHost {
  public:
-  bool editLink(Sieve::LinkKind kind, Sieve::SieveTest*, Sieve::SieveRule* rule) override {
+  bool editLink(Sieve::LinkKind kind, Sieve::SieveTest*, Sieve::SieveRule* rule, HWND) override {
     kinds.push_back(kind);
     if (kind != Sieve::LinkKind::FileInto) return false;
     rule->argument = L"Archive";

@@ -4,12 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cwchar>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "addin/GUI.h"
+#include "strings/Localization.h"
 
 namespace {
 
@@ -153,6 +156,84 @@ TEST_F(TickBoxMessageBoxTest, EmptyCheckTextGivesAPlainBox) {
   EXPECT_EQ(seen.text, L"Just this.") << "no room made";
   for (const Child& child : seen.children) EXPECT_NE(child.id, TickBoxMessageBox::kTickBoxId);
   EXPECT_TRUE(ticked) << "untouched";
+}
+
+// A box of the owner's thread, as the user in front of it sees it.
+struct OwnedBox {
+  HWND box = nullptr;
+  HWND owner = nullptr;
+  std::wstring caption, text;
+  HICON icon = nullptr;
+  std::vector<int> buttons;  // ascending
+  bool ticked = false;       // the tick box after the user's click
+};
+
+BOOL CALLBACK findOwnedBox(HWND window, LPARAM found) {
+  wchar_t className[16] = {};
+  GetClassNameW(window, className, 16);
+  if (std::wcscmp(className, L"#32770") != 0 || !GetWindow(window, GW_OWNER)) return TRUE;
+  *reinterpret_cast<HWND*>(found) = window;
+  return FALSE;
+}
+
+// Finds the owned box among the windows of thread, reads it, clicks its tick box and
+// presses button.
+OwnedBox answerOwnedBox(DWORD thread, int button) {
+  OwnedBox seen;
+  for (int i = 0; i < 1000 && !seen.box; ++i) {
+    EnumThreadWindows(thread, findOwnedBox, reinterpret_cast<LPARAM>(&seen.box));
+    if (!seen.box) Sleep(10);
+  }
+  if (!seen.box) return seen;
+  SendMessageW(seen.box, WM_NULL, 0, 0);
+  for (int i = 0; i < 200 && !GetDlgItem(seen.box, TickBoxMessageBox::kTickBoxId); ++i) Sleep(10);
+  seen.owner = GetWindow(seen.box, GW_OWNER);
+  seen.caption = textOf(seen.box);
+  seen.text = textOf(GetDlgItem(seen.box, 0xFFFF));
+  std::vector<Child> children;
+  EnumChildWindows(seen.box, collectChild, reinterpret_cast<LPARAM>(&children));
+  for (const Child& child : children) {
+    const LONG_PTR style = GetWindowLongPtrW(child.window, GWL_STYLE);
+    if (!(style & WS_VISIBLE)) continue;
+    if (_wcsicmp(child.className.c_str(), L"Static") == 0 && (style & SS_TYPEMASK) == SS_ICON)
+      seen.icon = reinterpret_cast<HICON>(SendMessageW(child.window, STM_GETICON, 0, 0));
+    if (_wcsicmp(child.className.c_str(), L"Button") == 0 && child.id != TickBoxMessageBox::kTickBoxId)
+      seen.buttons.push_back(child.id);
+  }
+  std::sort(seen.buttons.begin(), seen.buttons.end());
+  const HWND tick = GetDlgItem(seen.box, TickBoxMessageBox::kTickBoxId);
+  SendMessageW(tick, BM_CLICK, 0, 0);
+  seen.ticked = SendMessageW(tick, BM_GETCHECK, 0, 0) == BST_CHECKED;
+  SendMessageW(GetDlgItem(seen.box, button), BM_CLICK, 0, 0);
+  return seen;
+}
+
+// The question before messages are marked as spam, as that command asks it: texts by id,
+// over the window in front, with OK, Cancel and the exclamation icon. The tick counts
+// whichever button closes the box.
+TEST_F(TickBoxMessageBoxTest, TheQuestionByIdsBelongsToTheActiveWindowAndKeepsTheTickOnCancel) {
+  constexpr UINT kQuestion = 15005, kDontAsk = 15007;
+  const HWND front = CreateWindowExW(0, L"STATIC", L"Zelvo front", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 300, 200,
+                                     nullptr, nullptr, nullptr, nullptr);
+  ASSERT_NE(front, nullptr);
+  SetActiveWindow(front);
+  ASSERT_EQ(GetActiveWindow(), front);
+  OwnedBox seen;
+  std::thread user([&, thread = GetCurrentThreadId()] { seen = answerOwnedBox(thread, IDCANCEL); });
+  bool ticked = false;
+  const int pressed = GUI::showOptionalMessage(kQuestion, IDS_MESSAGE_TITLE, kDontAsk, ticked,
+                                               MB_OKCANCEL | MB_ICONEXCLAMATION);
+  user.join();
+  DestroyWindow(front);
+  ASSERT_NE(seen.box, nullptr) << "no box owned by a window of this thread";
+  EXPECT_EQ(seen.owner, front);
+  EXPECT_EQ(seen.caption, Localization::getString(IDS_MESSAGE_TITLE));
+  EXPECT_EQ(seen.text, Localization::getString(kQuestion) + L"\n\n\n");
+  EXPECT_EQ(seen.icon, LoadIconW(nullptr, IDI_EXCLAMATION));
+  EXPECT_EQ(seen.buttons, (std::vector<int>{IDOK, IDCANCEL}));
+  EXPECT_TRUE(seen.ticked);
+  EXPECT_EQ(pressed, IDCANCEL);
+  EXPECT_TRUE(ticked);
 }
 
 }  // namespace
