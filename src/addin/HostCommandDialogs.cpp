@@ -61,11 +61,6 @@ class RememberedSelection final : public ui::FilterRulesSelectionDialog {
   bool& choice_;
 };
 
-// The repair's message boxes go where the add-in's other message boxes go.
-int showMessageBox(HWND parent, const std::wstring& text, const std::wstring& caption, UINT style) {
-  return GUI::messageBoxDisplay().show(parent, text, caption, style);
-}
-
 }  // namespace details
 
 HostCommandDialogs::HostCommandDialogs(std::shared_ptr<ui::DialogHost> host, const config::RegistryConfig& registry,
@@ -130,7 +125,7 @@ bool HostCommandDialogs::commandRulesAndAlerts(UserInterface& addIn) {
 
 void HostCommandDialogs::runServerRules(IDispatch* nameSpace, config::ConfigProperties& properties, HWND owner) {
   config::ConfigProperties* object = &properties;
-  ui::ScriptRepair repair(*host_, details::showMessageBox);
+  ui::ScriptRepair repair(*host_);
   object->setScriptRepair(&repair);
   struct Detach {
     config::ConfigProperties* object;
@@ -140,7 +135,7 @@ void HostCommandDialogs::runServerRules(IDispatch* nameSpace, config::ConfigProp
 
   AddIn::Utils::SessionMessageStores stores(nameSpace);
   ui::ParameterDialogs parameters(*host_, nullptr, &stores, object->globalConfig());
-  ui::ParameterLinkHost links(parameters, [this] { return parent(); });
+  ui::ParameterLinkHost links(parameters);
   const auto editor = ui::SieveRulesDialog::ruleEditor(&links, nullptr);
   host_->runModal(ui::SieveRulesDialog::kTemplateId, owner, [&](ui::DialogView& view) {
     return std::make_unique<ui::SieveRulesDialog>(view, static_cast<_ConfigProperties*>(object), *host_, editor);

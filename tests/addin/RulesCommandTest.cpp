@@ -133,7 +133,8 @@ TEST_F(RulesCommand, CancelAnywhereLeavesTheStoredScriptAlone) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     start(c.script);
-    box_.button = IDNO;  // the question whether to correct a broken script by hand
+    // The question whether to correct a broken script by hand comes through the dialog host.
+    if (c.script == broken) dialogs_->queueAnswer(IDNO);
     choose(true, c.choiceEnd);
     if (c.rulesOpen) {
       dialogs_->script(kRules, [](RecordingDialogView& view, ui::DialogLogic& logic) {
@@ -144,7 +145,9 @@ TEST_F(RulesCommand, CancelAnywhereLeavesTheStoredScriptAlone) {
     EXPECT_TRUE(clickRules()) << "no way out lets the host's dialog open";
     EXPECT_EQ(storedScript(), c.script);
     EXPECT_EQ(dialogs_->shown().size(), c.rulesOpen ? 2u : 1u);
-    EXPECT_EQ(box_.shown.size(), c.script == broken ? 1u : 0u);
+    EXPECT_EQ(dialogs_->boxes().size(), c.script == broken ? 1u : 0u);
+    for (const auto& box : dialogs_->boxes()) EXPECT_EQ(box.parent, kFront);
+    EXPECT_TRUE(box_.shown.empty());
     EXPECT_TRUE(ui_->serverRulesChosen);
     EXPECT_EQ(dialogs_->pendingScripts(), 0u);
     dialogs_ = std::make_shared<RecordingDialogHost>();
@@ -218,7 +221,7 @@ INSTANTIATE_TEST_SUITE_P(Commands, RulesWarning,
 
 TEST_F(RulesCommand, AScriptThatDoesNotParseIsRepairedFirstAndTheRepairIsSaved) {
   start(L"if true {\r\n  keep;\r\n");
-  box_.button = IDYES;  // correct it by hand
+  dialogs_->queueAnswer(IDYES);  // correct it by hand
   choose(true);
   dialogs_->script(ui::SieveScriptDialog::kTemplateId, [](RecordingDialogView& view, ui::DialogLogic& logic) {
     view.setText(ui::SieveScriptDialog::kEdit, L"if true {\r\n  keep;\r\n}\r\n");
@@ -230,6 +233,8 @@ TEST_F(RulesCommand, AScriptThatDoesNotParseIsRepairedFirstAndTheRepairIsSaved) 
   });
   EXPECT_TRUE(clickRules());
   EXPECT_EQ(dialogs_->shownIds(), (std::vector<int>{kChoice, ui::SieveScriptDialog::kTemplateId, kRules}));
+  ASSERT_EQ(dialogs_->boxes().size(), 1u);
+  EXPECT_EQ(dialogs_->boxes()[0].message.style, static_cast<UINT>(MB_YESNO | MB_ICONEXCLAMATION));
   EXPECT_EQ(enabledFlags(storedScript()), std::vector<bool>{true});
 }
 

@@ -20,11 +20,10 @@ namespace ui = zelvo::ui;
 using zelvo::testing::RecordingDialogHost;
 using zelvo::testing::RecordingDialogView;
 
-TEST(ParameterLinkHostTest, ALinkOfTheEditorOpensItsDialogOverTheWindowInFrontAndRewordsTheRule) {
+TEST(ParameterLinkHostTest, ALinkOfTheEditorOpensItsDialogOverTheEditorAndRewordsTheRule) {
   RecordingDialogHost host;
   ui::ParameterDialogs dialogs(host, nullptr, nullptr, nullptr);
-  HWND front = reinterpret_cast<HWND>(0x10);
-  ui::ParameterLinkHost links(dialogs, [&front] { return front; });
+  ui::ParameterLinkHost links(dialogs);
 
   Sieve::SieveRule* head = nullptr;
   Sieve::SieveRule::parseScript(L"if size :over 2048 {\r\n  discard;\r\n}\r\n", &head);
@@ -49,7 +48,6 @@ TEST(ParameterLinkHostTest, ALinkOfTheEditorOpensItsDialogOverTheWindowInFrontAn
   clickSizeLink();
   const std::wstring described = view.richEditText(ui::RuleEditorDialog::kDescription);
 
-  front = reinterpret_cast<HWND>(0x20);
   host.script(ui::RuleHasSizeDialog::kTemplateId, [](RecordingDialogView& v, ui::DialogLogic& logic) {
     v.setText(ui::RuleHasSizeDialog::kEdit, L"9");
     logic.command(ui::kIdCancel, ui::notify::buttonClicked);
@@ -57,8 +55,8 @@ TEST(ParameterLinkHostTest, ALinkOfTheEditorOpensItsDialogOverTheWindowInFrontAn
   clickSizeLink();
 
   ASSERT_EQ(host.shown().size(), 2u);
-  EXPECT_EQ(host.shown()[0].parent, reinterpret_cast<HWND>(0x10));
-  EXPECT_EQ(host.shown()[1].parent, reinterpret_cast<HWND>(0x20)) << "the owner is asked anew at each click";
+  EXPECT_EQ(host.shown()[0].parent, view.window()) << "the editor that shows the description owns the dialog";
+  EXPECT_EQ(host.shown()[1].parent, view.window());
   const Sieve::SieveTest* size = rule->test;
   while (size && size->subTests) size = size->subTests;
   ASSERT_TRUE(size);
