@@ -107,7 +107,7 @@ const std::vector<ScreenshotDialog>& screenshotDialogs() {
          // The words of the Invoices rule's subject condition, the first of its any-of.
          const auto rule = details::shared(details::sampleRule(c.options, L"Invoices"));
          if (!rule->test || !rule->test->subTests) ZEL_HERE.raise(E_UNEXPECTED, "The Invoices rule has no any-of.");
-         return std::make_unique<Keeping<ui::RuleContainsDialog>>(rule, v, *rule->test->subTests, c.host, nullptr);
+         return std::make_unique<Keeping<ui::RuleContainsDialog>>(rule, v, *rule->test->subTests, c.host);
        },
        nullptr},
       {"RuleMoveToDialog", ui::RuleMoveToDialog::kTemplateId,
