@@ -55,6 +55,19 @@ std::wstring linkWord(LinkKind kind) {
   return std::wstring();
 }
 
+bool isTestLink(LinkKind kind) {
+  switch (kind) {
+    case LinkKind::AndOr:
+    case LinkKind::Address:
+    case LinkKind::Match:
+    case LinkKind::Size:
+    case LinkKind::Word:
+      return true;
+    default:
+      return false;
+  }
+}
+
 LinkKind linkKindOfWord(const std::wstring& word) {
   for (const auto& row : details::kLinkWords)
     if (word == row.word) return row.kind;

@@ -34,6 +34,9 @@ enum class LinkKind : std::int32_t {
 std::wstring linkWord(LinkKind kind);
 // The kind of a mark-up word, None for a word that is not one.
 LinkKind linkKindOfWord(const std::wstring& word);
+// Whether a link of this kind edits a test (the top test or a condition); the others edit
+// the command of an action.
+bool isTestLink(LinkKind kind);
 
 // The translation of folder names for display: a path on the server names the default
 // folders in the server's language, the user reads them in the client's.

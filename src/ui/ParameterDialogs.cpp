@@ -11,19 +11,6 @@ namespace zelvo::ui {
 namespace details {
 namespace {
 
-bool isConditionLink(Sieve::LinkKind kind) {
-  switch (kind) {
-    case Sieve::LinkKind::AndOr:
-    case Sieve::LinkKind::Address:
-    case Sieve::LinkKind::Match:
-    case Sieve::LinkKind::Size:
-    case Sieve::LinkKind::Word:
-      return true;
-    default:
-      return false;
-  }
-}
-
 // The rule kind an action link edits.
 Sieve::RuleKind ruleKindOfLink(Sieve::LinkKind kind) {
   switch (kind) {
@@ -51,7 +38,7 @@ ParameterDialogs::ParameterDialogs(DialogHost& host, AddressBookPicker* picker, 
     : host_(host), picker_(picker), stores_(stores), config_(config) {}
 
 bool ParameterDialogs::edit(Sieve::LinkKind kind, Sieve::SieveTest* test, Sieve::SieveRule* rule, HWND parent) {
-  if (details::isConditionLink(kind)) {
+  if (Sieve::isTestLink(kind)) {
     if (!test) return false;
     switch (kind) {
       case Sieve::LinkKind::AndOr:

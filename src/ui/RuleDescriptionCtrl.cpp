@@ -17,12 +17,6 @@ const wchar_t kLinkCloseCapital[] = L"</A>";
 const std::size_t kLinkOpenSize = 9;
 const LONG kLinkCloseSize = 4;
 
-bool isTestLink(Sieve::LinkKind kind) {
-  using Sieve::LinkKind;
-  return kind == LinkKind::AndOr || kind == LinkKind::Address || kind == LinkKind::Match || kind == LinkKind::Size ||
-         kind == LinkKind::Word;
-}
-
 // Drawing stays off while the text is put in and its links are marked, and comes back on
 // however that ends.
 class NoRedraw {
@@ -144,12 +138,8 @@ bool RuleDescriptionCtrl::clickAt(LONG position) {
   for (const RuleLink& link : links_) {
     if (position < link.start || position >= link.end) continue;
     if (!host_ || !link.node) return false;
-    Sieve::SieveTest* test = details::isTestLink(link.kind) ? static_cast<Sieve::SieveTest*>(link.node) : nullptr;
+    Sieve::SieveTest* test = Sieve::isTestLink(link.kind) ? static_cast<Sieve::SieveTest*>(link.node) : nullptr;
     Sieve::SieveRule* rule = test ? nullptr : static_cast<Sieve::SieveRule*>(link.node);
-    // A notification without a message starts from the one the server sends by default.
-    if (link.kind == Sieve::LinkKind::NotifyMessage && rule->argument.empty()) {
-      rule->argument = Sieve::kDefaultNotifyMessage;
-    }
     if (!host_->editLink(link.kind, test, rule, view_.window())) return false;
     rebuild();
     view_.sendNotification(id_, notify::descriptionChanged);

@@ -290,20 +290,6 @@ TEST_F(DescriptionCtrlTest, OnlyAReleasedButtonOnALinkOpensADialog) {
   }
 }
 
-TEST_F(DescriptionCtrlTest, NotificationMessageStartsFromTheDefault) {
-  host.changes = false;
-  RulePtr notifyRule(new SieveRule(RuleKind::If, nullptr));
-  notifyRule->test = createTestForCondition(ConditionAll);
-  notifyRule->thenBlock = createRuleForAction(ActionNotify);
-  notifyRule->thenBlock->name = L"me@x.org";
-  ctrl.showRule(notifyRule.get());
-  ASSERT_EQ(ctrl.links().size(), 2u);
-  EXPECT_EQ(ctrl.links()[0].kind, LinkKind::NotifyMessage);
-  EXPECT_EQ(shown(ctrl.links()[0]), L"message");
-  EXPECT_FALSE(ctrl.clickAt(ctrl.links()[0].start));
-  EXPECT_EQ(notifyRule->thenBlock->argument, L"$from$: $subject$\r\n$text$");
-}
-
 TEST_F(DescriptionCtrlTest, TheTextsForNoRuleCarryNoLinks) {
   // No rule, a rule the editor cannot show, several rules.
   const std::pair<bool, bool> cases[] = {{false, false}, {true, false}, {true, true}};
