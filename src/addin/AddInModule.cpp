@@ -20,9 +20,11 @@ void AddInModule::setModuleHandle(HINSTANCE module) { module_ = module; }
 
 HINSTANCE AddInModule::moduleHandle() const { return module_; }
 
-std::wstring AddInModule::getModuleFilePath() const {
+std::wstring AddInModule::getModuleFilePath() const { return moduleFilePathOf(module_); }
+
+std::wstring moduleFilePathOf(HINSTANCE module) {
   wchar_t buffer[details::kModulePathCapacity];
-  const DWORD length = GetModuleFileNameW(module_, buffer, details::kModulePathCapacity);
+  const DWORD length = GetModuleFileNameW(module, buffer, details::kModulePathCapacity);
   if (length == 0) ZEL_HERE.raise(lastErrorToHResult());
   return std::wstring(buffer, length < details::kModulePathCapacity ? length : details::kModulePathCapacity - 1);
 }

@@ -39,6 +39,9 @@ class AddInModule {
   std::atomic<long> locks_{0};
 };
 
+// The full path of a module, from a buffer of 520 characters: a longer path comes back cut
+// there, as the loader has it. A failure raises the system's error.
+std::wstring moduleFilePathOf(HINSTANCE module);
 // The directory part of a module path, as getModuleLocation gives it.
 std::wstring moduleLocationOf(const std::wstring& path);
 

@@ -5,12 +5,14 @@
 //   HResultException   -> its code
 //   std::bad_alloc     -> E_OUTOFMEMORY
 //   std::exception     -> E_FAIL (std::overflow_error from size_cast among them)
+//   anything else      -> E_UNEXPECTED
 // A body returns its own result code, or nothing for S_OK. Places that must give another
 // outcome (a replaced code, a dropped failure) say so where they are, by hand.
 #pragma once
 
 #include <exception>
 #include <new>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -18,6 +20,14 @@
 #include "platform/Win32.h"
 
 namespace zelvo {
+
+struct CaughtFailure {
+  HRESULT code = E_UNEXPECTED;
+  std::wstring text;  // an HResultException's text, a standard exception's what(); may be empty
+};
+// Inside a catch block: the exception being handled, by the rule above. Never raises: a
+// text that cannot be copied is left empty.
+CaughtFailure describeCaughtException() noexcept;
 
 template <class Body>
 HRESULT comBoundary(Body&& body) noexcept {
@@ -28,12 +38,8 @@ HRESULT comBoundary(Body&& body) noexcept {
     } else {
       return static_cast<HRESULT>(std::forward<Body>(body)());
     }
-  } catch (const HResultException& e) {
-    return e.getHResult();
-  } catch (const std::bad_alloc&) {
-    return E_OUTOFMEMORY;
-  } catch (const std::exception&) {
-    return E_FAIL;
+  } catch (...) {
+    return describeCaughtException().code;
   }
 }
 

@@ -1,37 +1,23 @@
 #include "ui/DialogLogic.h"
 
-#include <new>
 #include <string>
 
-#include "base/HResultException.h"
+#include "base/ComBoundary.h"
 
 namespace zelvo::ui {
 
-namespace details {
-std::wstring widen(const char* text) {
-  std::wstring wide;
-  for (const char* p = text ? text : ""; *p; ++p) wide.push_back(static_cast<wchar_t>(static_cast<unsigned char>(*p)));
-  return wide;
-}
-}  // namespace details
-
 bool runHandler(DialogView& view, const std::function<void()>& handler) noexcept {
-  // Reporting may itself fail (a string that cannot be copied); then the failure is
-  // dropped unreported rather than let out of the frame.
   try {
-    try {
-      handler();
-      return true;
-    } catch (const HResultException& e) {
-      view.handlerFailed(e.getHResult(), e.text());
-    } catch (const std::bad_alloc&) {
-      view.handlerFailed(E_OUTOFMEMORY, L"");
-    } catch (const std::exception& e) {
-      view.handlerFailed(E_FAIL, details::widen(e.what()));
-    } catch (...) {
-      view.handlerFailed(E_UNEXPECTED, L"");
-    }
+    handler();
+    return true;
   } catch (...) {
+    const CaughtFailure failure = describeCaughtException();
+    // Reporting may itself fail; then the failure is dropped unreported rather than let out
+    // of the frame.
+    try {
+      view.handlerFailed(failure.code, failure.text);
+    } catch (...) {
+    }
   }
   return false;
 }

@@ -377,4 +377,18 @@ class DialogView {
   virtual void handlerFailed(HRESULT code, const std::wstring& text) = 0;
 };
 
+// Drawing of a control off for the life of this object, back on however the work in
+// between ends.
+class RedrawOff {
+ public:
+  RedrawOff(DialogView& view, ControlId id) : view_(view), id_(id) { view_.setRedraw(id_, false); }
+  ~RedrawOff() { view_.setRedraw(id_, true); }
+  RedrawOff(const RedrawOff&) = delete;
+  RedrawOff& operator=(const RedrawOff&) = delete;
+
+ private:
+  DialogView& view_;
+  ControlId id_;
+};
+
 }  // namespace zelvo::ui

@@ -17,20 +17,6 @@ const wchar_t kLinkCloseCapital[] = L"</A>";
 const std::size_t kLinkOpenSize = 9;
 const LONG kLinkCloseSize = 4;
 
-// Drawing stays off while the text is put in and its links are marked, and comes back on
-// however that ends.
-class NoRedraw {
- public:
-  NoRedraw(DialogView& view, ControlId id) : view_(view), id_(id) { view_.setRedraw(id_, false); }
-  ~NoRedraw() { view_.setRedraw(id_, true); }
-  NoRedraw(const NoRedraw&) = delete;
-  NoRedraw& operator=(const NoRedraw&) = delete;
-
- private:
-  DialogView& view_;
-  ControlId id_;
-};
-
 }  // namespace details
 
 RuleDescriptionCtrl::RuleDescriptionCtrl(DialogView& view, ControlId id, RuleDescriptionHost* host,
@@ -74,7 +60,7 @@ void RuleDescriptionCtrl::rebuild() {
 
 void RuleDescriptionCtrl::putMarkup() {
   {
-    details::NoRedraw quiet(view_, id_);
+    RedrawOff quiet(view_, id_);
     view_.richEditStreamIn(id_, Sieve::markupToRtf(text_, GetACP()), sf::rtf);
     findLinks();
     view_.selectText(id_, 0, 0);

@@ -10,19 +10,6 @@ namespace zelvo::ui {
 namespace details {
 namespace {
 
-// Turns drawing of a control back on however the work in between ends.
-class RedrawOff {
- public:
-  RedrawOff(DialogView& view, ControlId id) : view_(view), id_(id) { view_.setRedraw(id_, false); }
-  RedrawOff(const RedrawOff&) = delete;
-  RedrawOff& operator=(const RedrawOff&) = delete;
-  ~RedrawOff() { view_.setRedraw(id_, true); }
-
- private:
-  DialogView& view_;
-  ControlId id_;
-};
-
 std::wstring lastComponent(const std::wstring& path) {
   const std::size_t slash = path.rfind(L'/');
   return slash == std::wstring::npos ? path : path.substr(slash + 1);
@@ -48,7 +35,7 @@ void RuleMoveToDialog::onInitDialog() {
 }
 
 void RuleMoveToDialog::refreshFolderTree() {
-  details::RedrawOff quiet(view(), kTree);
+  RedrawOff quiet(view(), kTree);
   folders_.clear();
   view().treeClear(kTree);
   if (!config_) ZEL_HERE.raise(E_INVALIDARG);

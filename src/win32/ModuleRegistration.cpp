@@ -18,16 +18,8 @@ namespace details {
 
 using addin::RegistrarScope;
 
-std::wstring modulePath(HMODULE module) {
-  wchar_t path[520];
-  const DWORD length = GetModuleFileNameW(module, path, 520);
-  if (length == 0 || length >= 520)
-    ZEL_HERE.raise(length ? HRESULT_FROM_WIN32(ERROR_INSUFFICIENT_BUFFER) : lastErrorToHResult());
-  return std::wstring(path, length);
-}
-
 addin::RegistrarReplacements replacementsFor(HMODULE module) {
-  return addin::addInRegistrarReplacements(modulePath(module), module == GetModuleHandleW(nullptr));
+  return addin::addInRegistrarReplacements(addin::moduleFilePathOf(module), module == GetModuleHandleW(nullptr));
 }
 
 // The per-user forms of the type library calls are missing from the cross compiler's
@@ -45,13 +37,13 @@ Function oleAutomationFunction(const char* name) {
 
 ComRef<ITypeLib> loadTypeLibrary(HMODULE module) {
   ComRef<ITypeLib> library;
-  ZEL_CHECK(LoadTypeLibEx(modulePath(module).c_str(), REGKIND_NONE, library.put()));
+  ZEL_CHECK(LoadTypeLibEx(addin::moduleFilePathOf(module).c_str(), REGKIND_NONE, library.put()));
   return library;
 }
 
 void registerTypeLibrary(HMODULE module, RegistrarScope scope) {
   const ComRef<ITypeLib> library = loadTypeLibrary(module);
-  std::wstring path = modulePath(module);
+  std::wstring path = addin::moduleFilePathOf(module);
   if (scope == RegistrarScope::kPerUser) {
     ZEL_CHECK(
         oleAutomationFunction<RegisterForUserFunction>("RegisterTypeLibForUser")(library.get(), &path[0], nullptr));

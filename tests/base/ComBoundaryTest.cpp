@@ -34,6 +34,7 @@ const BoundaryCase kCases[] = {
      [] { return zelvo::comBoundary([]() -> HRESULT { throw std::runtime_error("x"); }); }, E_FAIL},
     {"narrowing overflow",
      [] { return zelvo::comBoundary([] { (void)size_cast<int>(static_cast<size_t>(0x80000000u)); }); }, E_FAIL},
+    {"anything else", [] { return zelvo::comBoundary([]() -> HRESULT { throw 42; }); }, E_UNEXPECTED},
     {"body without a result", [] { return zelvo::comBoundary([] {}); }, S_OK},
     {"body's own success code", [] { return zelvo::comBoundary([] { return S_FALSE; }); }, S_FALSE},
     {"body's own failure code", [] { return zelvo::comBoundary([] { return DISP_E_MEMBERNOTFOUND; }); },
