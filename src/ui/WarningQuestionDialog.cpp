@@ -6,10 +6,6 @@
 
 namespace zelvo::ui {
 
-namespace details {
-constexpr unsigned kDefaultTitle = 2;
-}  // namespace details
-
 WarningQuestionDialog::WarningQuestionDialog(DialogView& view, std::wstring title, std::wstring message,
                                              std::wstring confirmText, std::wstring cancelText)
     : DialogLogic(view),
@@ -20,7 +16,7 @@ WarningQuestionDialog::WarningQuestionDialog(DialogView& view, std::wstring titl
 
 void WarningQuestionDialog::onInitDialog() {
   view().setIcon(kIconId);
-  view().setTitle(title_.empty() ? Localization::getString(details::kDefaultTitle) : title_);
+  view().setTitle(title_.empty() ? Localization::getString(IDS_WARNING_QUESTION_TITLE) : title_);
   view().setText(kMessage, message_);
   view().setText(kIdCancel, cancelText_);
   if (confirmText_.empty()) {

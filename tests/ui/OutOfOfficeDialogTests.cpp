@@ -347,8 +347,8 @@ TEST_P(OutOfOfficeRange, TheEndMustComeAfterTheStartWhileTheRangeIsOn) {
   } else {
     EXPECT_FALSE(view.result().has_value()) << c.what;
     ASSERT_EQ(view.messages().size(), 1u) << c.what;
-    EXPECT_EQ(view.messages()[0].text, Localization::getString(0x3AA9));
-    EXPECT_EQ(view.messages()[0].caption, Localization::getString(5000));
+    EXPECT_EQ(view.messages()[0].text, Localization::getString(IDS_OUT_OF_OFFICE_END_BEFORE_START));
+    EXPECT_EQ(view.messages()[0].caption, Localization::getString(IDS_MESSAGE_TITLE));
     EXPECT_EQ(view.messages()[0].style, mb::ok | mb::iconExclamation);
     EXPECT_EQ(view.focus(), Dlg::kEndDate) << c.what;
     EXPECT_EQ(shown(record.rangeStart), "2015-06-01 07:00:00") << c.what << ": the record keeps its range";
@@ -460,8 +460,8 @@ TEST_P(OutOfOfficeEmptyMessage, AnEmptyReplyIsQuestionedOnlyWhenOn) {
   EXPECT_EQ(view.result().has_value(), c.ends) << c.what;
   if (c.answer) {
     ASSERT_EQ(view.messages().size(), 1u) << c.what;
-    EXPECT_EQ(view.messages()[0].text, Localization::getString(0x3AA1));
-    EXPECT_EQ(view.messages()[0].caption, Localization::getString(5000));
+    EXPECT_EQ(view.messages()[0].text, Localization::getString(IDS_OUT_OF_OFFICE_EMPTY_MESSAGE));
+    EXPECT_EQ(view.messages()[0].caption, Localization::getString(IDS_MESSAGE_TITLE));
     EXPECT_EQ(view.messages()[0].style & mb::buttonMask, mb::yesNo);
   } else {
     EXPECT_TRUE(view.messages().empty()) << c.what;
@@ -548,7 +548,7 @@ TEST_P(OutOfOfficeEmptyExternal, AnEmptyExternalReplyIsQuestionedWhileThePanelIs
     EXPECT_EQ(view.windowSize().height, c.done ? kFullHeight - Dlg::kPanelHeight : kFullHeight) << c.what;
   }
   ASSERT_EQ(view.messages().size(), 1u) << c.what;
-  EXPECT_EQ(view.messages()[0].text, Localization::getString(0x3AA1));
+  EXPECT_EQ(view.messages()[0].text, Localization::getString(IDS_OUT_OF_OFFICE_EMPTY_MESSAGE));
   if (!c.done) {
     EXPECT_EQ(view.focus(), Dlg::kExternalBody) << c.what;
   }
@@ -623,8 +623,8 @@ TEST_P(OutOfOfficeServerExternal, ExternalOptionsThatSayMoreAreDroppedOnlyWhenTh
   if (c.answer) {
     host.script(WarningQuestionDialog::kTemplateId, [&](RecordingDialogView& nested, zelvo::ui::DialogLogic& logic) {
       questionText = nested.getText(WarningQuestionDialog::kMessage);
-      EXPECT_EQ(nested.getText(kIdOk), Localization::getString(0xE));
-      EXPECT_EQ(nested.getText(kIdCancel), Localization::getString(0xB));
+      EXPECT_EQ(nested.getText(kIdOk), Localization::getString(IDS_WARNING_QUESTION_CONFIRM));
+      EXPECT_EQ(nested.getText(kIdCancel), Localization::getString(IDS_WARNING_QUESTION_CANCEL));
       logic.command(c.answer, notify::buttonClicked);
     });
   }
@@ -632,7 +632,7 @@ TEST_P(OutOfOfficeServerExternal, ExternalOptionsThatSayMoreAreDroppedOnlyWhenTh
   EXPECT_EQ(host.shownIds(), c.answer ? std::vector<int>{WarningQuestionDialog::kTemplateId} : std::vector<int>{})
       << c.what;
   if (c.answer) {
-    EXPECT_EQ(questionText, Localization::getString(0x3AAA));
+    EXPECT_EQ(questionText, Localization::getString(IDS_OUT_OF_OFFICE_DROP_EXTERNAL));
     EXPECT_EQ(host.shown()[0].parent, view.window()) << "the question is the dialog's own";
   }
   EXPECT_EQ(view.result().has_value(), c.ends) << c.what;
@@ -687,7 +687,7 @@ TEST(WarningQuestionDialog, ShowsItsTextsAndLosesOkWithoutAConfirmText) {
     std::wstring shownTitle;
   };
   const Case cases[] = {
-      {L"", L"Remove", Localization::getString(2)},
+      {L"", L"Remove", Localization::getString(IDS_WARNING_QUESTION_TITLE)},
       {L"Own title", L"", L"Own title"},
   };
   for (const Case& c : cases) {
