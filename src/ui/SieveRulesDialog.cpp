@@ -48,6 +48,9 @@ SieveRulesDialog::SieveRulesDialog(DialogView& view, _ConfigProperties* config, 
       editor_(std::move(editor)),
       description_(view, kDescription, nullptr, folders) {
   if (!config_) ZEL_HERE.raise(E_INVALIDARG);
+  // A data object that was never opened on a store has no store configuration: it is
+  // refused here rather than when the rules load.
+  (void)details::queryProperty<IGlobalConfig>(config_.get(), L"globalConfig", IID_IGlobalConfig);
   options_ = details::queryProperty<AddIn::IMailServerOptions>(config_.get(), L"MailServerOptions",
                                                                AddIn::IID_IMailServerOptions);
 }

@@ -48,9 +48,9 @@ class SieveRulesDialog : public DialogLogic {
   // folders may be null (see RuleEditorDialog) and must outlive the factory's use.
   static RuleEditorFactory ruleEditor(RuleDescriptionHost* links, const Sieve::FolderNameTranslator* folders);
 
-  // config's mail server options are taken here; a failing query is raised. host runs the
-  // nested dialogs; both outlive the dialog. folders words the folder paths of the
-  // description, and may be null.
+  // config's mail server options are taken here; a config without a store configuration
+  // or a failing query is raised. host runs the nested dialogs; both outlive the dialog.
+  // folders words the folder paths of the description, and may be null.
   SieveRulesDialog(DialogView& view, _ConfigProperties* config, DialogHost& host, RuleEditorFactory editor,
                    const Sieve::FolderNameTranslator* folders = nullptr);
   ~SieveRulesDialog() override;
