@@ -120,9 +120,10 @@ OutOfOfficeDialog::OutOfOfficeDialog(DialogView& view, IUnknown* config, Sieve::
 void OutOfOfficeDialog::onInitDialog() {
   const Extent size = view().windowSize();
   fullHeight_ = size.height;
+  panelHeight_ = view().dialogUnitsToPixels({0, 0, 0, kPanelExtent}).bottom;
   // The controls keep their places and widths follow the frame; nothing hangs on the bottom
   // edge, which moves when the panel folds.
-  view().enableResizing(size.width, fullHeight_ - kPanelHeight);
+  view().enableResizing(size.width, fullHeight_ - panelHeight_);
   for (const ControlId id : {kMessage, kExternalBody, kExternalBodyLabel, kExternalEnabled, kKnownContactsOnly,
                              kEverybody, kRangeEnabled, kOn, kOff})
     view().setAnchor(id, anchor::left | anchor::top | anchor::right);
@@ -131,7 +132,10 @@ void OutOfOfficeDialog::onInitDialog() {
 
   setTitleFromAccount();
   view().setIcon(kIconId);
-  if (!settings_.advancedMode) view().destroyControl(kFold);
+  if (!settings_.advancedMode) {
+    view().show(kFold, false);
+    view().enable(kFold, false);
+  }
 
   prepareTimePickers();
   view().setText(kMessage, record_.message);
@@ -191,6 +195,10 @@ void OutOfOfficeDialog::updateRange() {
 }
 
 void OutOfOfficeDialog::updateExternal() {
+  // Folded, the panel's controls hide, so that neither Tab nor a mnemonic reaches them.
+  for (const ControlId id : {kExternalEnabled, kExternalBody, kExternalBodyLabel, kKnownContactsOnly, kEverybody,
+                             kExternalDefaultMessage})
+    view().show(id, externalPanelOpen_);
   view().enable(kExternalEnabled, externalPanelOpen_ && record_.enabled);
   view().setChecked(kExternalEnabled, record_.externalEnabled);
   const bool on = externalPanelOpen_ && record_.enabled && record_.externalEnabled;
@@ -203,7 +211,7 @@ void OutOfOfficeDialog::updateExternal() {
 void OutOfOfficeDialog::updatePanelHeight() {
   if (externalPanelOpen_ == externalPanelShown_) return;
   const Extent size = view().windowSize();
-  view().setWindowSize(size.width, size.height + (externalPanelOpen_ ? kPanelHeight : -kPanelHeight));
+  view().setWindowSize(size.width, size.height + (externalPanelOpen_ ? panelHeight_ : -panelHeight_));
   externalPanelShown_ = externalPanelOpen_;
 }
 
@@ -301,12 +309,7 @@ bool OutOfOfficeDialog::confirmDroppingExternal() {
   return true;
 }
 
-void OutOfOfficeDialog::onOkCancel(int id) {
-  if (id == kIdCancel) {
-    view().endDialog(kIdCancel);
-    return;
-  }
-  if (id != kIdOk) ZEL_HERE.raise(E_UNEXPECTED, L"Neither OK nor Cancel");
+void OutOfOfficeDialog::onOk() {
   if (details::keepsEnter(view().focus())) return;
   if (!readReply() || !readRange()) return;
   if (settings_.advancedMode && !readExternalPanel()) return;

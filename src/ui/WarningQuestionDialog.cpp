@@ -20,10 +20,17 @@ void WarningQuestionDialog::onInitDialog() {
   view().setText(kMessage, message_);
   view().setText(kIdCancel, cancelText_);
   if (confirmText_.empty()) {
-    view().destroyControl(kIdOk);
+    view().show(kIdOk, false);
+    view().enable(kIdOk, false);
+    view().setDefaultButton(kIdCancel);
   } else {
     view().setText(kIdOk, confirmText_);
   }
+}
+
+void WarningQuestionDialog::onOk() {
+  // Without a confirm text there is nothing to confirm, whatever sends the command.
+  if (!confirmText_.empty()) DialogLogic::onOk();
 }
 
 }  // namespace zelvo::ui
