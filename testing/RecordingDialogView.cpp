@@ -737,11 +737,8 @@ void RecordingDialogView::userClickLink(ui::ControlId id, LONG position) {
 
 // --- the window -------------------------------------------------------------------------------
 
-void RecordingDialogView::destroyControl(ui::ControlId id) {
-  Control& c = at(id);
-  c.destroyed = true;
-  c.visible = false;
-  c.enabled = false;
+RECT RecordingDialogView::dialogUnitsToPixels(const RECT& units) const {
+  return {2 * units.left, 2 * units.top, 2 * units.right, 2 * units.bottom};
 }
 
 void RecordingDialogView::enableResizing(int minWidth, int minHeight) {

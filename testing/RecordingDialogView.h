@@ -57,7 +57,6 @@ class RecordingDialogView : public ui::DialogView {
     int textLimit = 0;  // 0: none set
     RECT rect{0, 0, 0, 0};
     UINT anchor = 0;
-    bool destroyed = false;
     int icon = 0;  // the icon a static shows
   };
   struct ListRow {
@@ -275,7 +274,8 @@ class RecordingDialogView : public ui::DialogView {
   void setWindowSize(int width, int height) override { windowSize_ = {width, height}; }
   RECT controlRect(ui::ControlId id) const override { return control(id).rect; }
   void moveControl(ui::ControlId id, const RECT& rect) override { at(id).rect = rect; }
-  void destroyControl(ui::ControlId id) override;
+  // Two pixels a dialog unit either way.
+  RECT dialogUnitsToPixels(const RECT& units) const override;
   void enableResizing(int minWidth, int minHeight) override;
   void setAnchor(ui::ControlId id, UINT edges) override { at(id).anchor = edges; }
   void sendNotification(ui::ControlId id, int code) override;

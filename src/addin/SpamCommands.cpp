@@ -229,7 +229,6 @@ bool SpamCommands::markAsJunkEmail(bool junk) {
     if (junk && !confirmMarkAsSpam(count, registry_)) return false;
     ComRef<IGlobalConfig> config;
     getConfigForSelection(window.get(), config);
-    if (ids.empty()) ZEL_HERE.raise(E_UNEXPECTED, L"No selected items EntryID available");
     ComRef<IStoreAllocator> allocator;
     AddIn::Utils::getAllocatorFromConfig(config.get(), allocator);
     details::executeMarkAsJunkEmail(junk, config.get(), allocator.get(), ids);

@@ -354,8 +354,8 @@ class DialogView {
   // A control's place in the dialog's client area, in pixels.
   virtual RECT controlRect(ControlId id) const = 0;
   virtual void moveControl(ControlId id, const RECT& rect) = 0;
-  // Takes a control out of the dialog for good.
-  virtual void destroyControl(ControlId id) = 0;
+  // A rectangle in the template's dialog units as pixels of this dialog.
+  virtual RECT dialogUnitsToPixels(const RECT& units) const = 0;
   // Makes the dialog resizable with a grip in its corner, no smaller than minWidth by
   // minHeight (0: the size it opened with). Controls keep their distance to their anchors'
   // edges; controls without an anchor stay where they are.

@@ -17,14 +17,6 @@ namespace zelvo::ui {
 
 namespace details {
 
-constexpr unsigned kTitleText = 0x3AB9;
-constexpr unsigned kEmptyTextQuestion = 0x3AA1;
-constexpr unsigned kMessageCaption = 5000;
-constexpr unsigned kEndBeforeStartWarning = 0x3AA9;
-constexpr unsigned kDropExternalQuestion = 0x3AAA;
-constexpr unsigned kDropExternalConfirm = 0xE;
-constexpr unsigned kDropExternalCancel = 0xB;
-constexpr unsigned kDefaultMessage = 15008;
 // The kind of account text that names the account in titles.
 constexpr ULONG kAccountNameText = 1;
 
@@ -128,9 +120,10 @@ OutOfOfficeDialog::OutOfOfficeDialog(DialogView& view, IUnknown* config, Sieve::
 void OutOfOfficeDialog::onInitDialog() {
   const Extent size = view().windowSize();
   fullHeight_ = size.height;
+  panelHeight_ = view().dialogUnitsToPixels({0, 0, 0, kPanelExtent}).bottom;
   // The controls keep their places and widths follow the frame; nothing hangs on the bottom
   // edge, which moves when the panel folds.
-  view().enableResizing(size.width, fullHeight_ - kPanelHeight);
+  view().enableResizing(size.width, fullHeight_ - panelHeight_);
   for (const ControlId id : {kMessage, kExternalBody, kExternalBodyLabel, kExternalEnabled, kKnownContactsOnly,
                              kEverybody, kRangeEnabled, kOn, kOff})
     view().setAnchor(id, anchor::left | anchor::top | anchor::right);
@@ -139,7 +132,10 @@ void OutOfOfficeDialog::onInitDialog() {
 
   setTitleFromAccount();
   view().setIcon(kIconId);
-  if (!settings_.advancedMode) view().destroyControl(kFold);
+  if (!settings_.advancedMode) {
+    view().show(kFold, false);
+    view().enable(kFold, false);
+  }
 
   prepareTimePickers();
   view().setText(kMessage, record_.message);
@@ -158,7 +154,7 @@ void OutOfOfficeDialog::setTitleFromAccount() {
     if (FAILED(config_->QueryInterface(IID_IGlobalConfig, global.putVoid())) || !global) return;
     Bstr name;
     if (global->getAccountText(details::kAccountNameText, name.put()) != S_OK || name.length() == 0) return;
-    view().setTitle(Localization::formatString(details::kTitleText, name.text()));
+    view().setTitle(Localization::formatString(IDS_OUT_OF_OFFICE_TITLE, name.text()));
   } catch (const HResultException&) {
     // The template's title stays.
   }
@@ -199,6 +195,10 @@ void OutOfOfficeDialog::updateRange() {
 }
 
 void OutOfOfficeDialog::updateExternal() {
+  // Folded, the panel's controls hide, so that neither Tab nor a mnemonic reaches them.
+  for (const ControlId id : {kExternalEnabled, kExternalBody, kExternalBodyLabel, kKnownContactsOnly, kEverybody,
+                             kExternalDefaultMessage})
+    view().show(id, externalPanelOpen_);
   view().enable(kExternalEnabled, externalPanelOpen_ && record_.enabled);
   view().setChecked(kExternalEnabled, record_.externalEnabled);
   const bool on = externalPanelOpen_ && record_.enabled && record_.externalEnabled;
@@ -211,7 +211,7 @@ void OutOfOfficeDialog::updateExternal() {
 void OutOfOfficeDialog::updatePanelHeight() {
   if (externalPanelOpen_ == externalPanelShown_) return;
   const Extent size = view().windowSize();
-  view().setWindowSize(size.width, size.height + (externalPanelOpen_ ? kPanelHeight : -kPanelHeight));
+  view().setWindowSize(size.width, size.height + (externalPanelOpen_ ? panelHeight_ : -panelHeight_));
   externalPanelShown_ = externalPanelOpen_;
 }
 
@@ -238,10 +238,10 @@ void OutOfOfficeDialog::onCommand(ControlId id, int notification) {
       updateExternal();
       break;
     case kDefaultMessage:
-      view().setText(kMessage, Localization::getString(details::kDefaultMessage));
+      view().setText(kMessage, Localization::getString(IDS_OUT_OF_OFFICE_DEFAULT_MESSAGE));
       break;
     case kExternalDefaultMessage:
-      view().setText(kExternalBody, Localization::getString(details::kDefaultMessage));
+      view().setText(kExternalBody, Localization::getString(IDS_OUT_OF_OFFICE_DEFAULT_MESSAGE));
       break;
     case kFold:
       if (settings_.advancedMode) toggleExternalPanel();
@@ -252,8 +252,8 @@ void OutOfOfficeDialog::onCommand(ControlId id, int notification) {
 }
 
 bool OutOfOfficeDialog::acceptEmptyText(ControlId field) {
-  const int answer = view().messageBox(Localization::getString(details::kEmptyTextQuestion),
-                                       Localization::getString(details::kMessageCaption), mb::yesNo | mb::iconQuestion);
+  const int answer = view().messageBox(Localization::getString(IDS_OUT_OF_OFFICE_EMPTY_MESSAGE),
+                                       Localization::getString(IDS_MESSAGE_TITLE), mb::yesNo | mb::iconQuestion);
   if (answer == kIdYes) return true;
   view().setFocus(field);
   return false;
@@ -275,8 +275,8 @@ bool OutOfOfficeDialog::readRange() {
   const SYSTEMTIME end = joinDateAndTime(endDate, endTime);
   // The ends are compared as the user sees them, on the wall clock, not as moments.
   if (record_.rangeEnabled && !(timezone::DateTime(start) < timezone::DateTime(end))) {
-    view().messageBox(Localization::getString(details::kEndBeforeStartWarning),
-                      Localization::getString(details::kMessageCaption), mb::ok | mb::iconExclamation);
+    view().messageBox(Localization::getString(IDS_OUT_OF_OFFICE_END_BEFORE_START),
+                      Localization::getString(IDS_MESSAGE_TITLE), mb::ok | mb::iconExclamation);
     view().setFocus(kEndDate);
     return false;
   }
@@ -301,20 +301,15 @@ bool OutOfOfficeDialog::confirmDroppingExternal() {
   if (settings_.advancedMode || !record_.externalSupported || !details::externalDiffersFromPlain(record_)) return true;
   const int answer = host_.runModal(WarningQuestionDialog::kTemplateId, view().window(), [](DialogView& nested) {
     return std::make_unique<WarningQuestionDialog>(
-        nested, std::wstring(), Localization::getString(details::kDropExternalQuestion),
-        Localization::getString(details::kDropExternalConfirm), Localization::getString(details::kDropExternalCancel));
+        nested, std::wstring(), Localization::getString(IDS_OUT_OF_OFFICE_DROP_EXTERNAL),
+        Localization::getString(IDS_WARNING_QUESTION_CONFIRM), Localization::getString(IDS_WARNING_QUESTION_CANCEL));
   });
   if (answer != kIdOk) return false;
   record_.externalSupported = false;  // the writer leaves the external options out
   return true;
 }
 
-void OutOfOfficeDialog::onOkCancel(int id) {
-  if (id == kIdCancel) {
-    view().endDialog(kIdCancel);
-    return;
-  }
-  if (id != kIdOk) ZEL_HERE.raise(E_UNEXPECTED, L"Neither OK nor Cancel");
+void OutOfOfficeDialog::onOk() {
   if (details::keepsEnter(view().focus())) return;
   if (!readReply() || !readRange()) return;
   if (settings_.advancedMode && !readExternalPanel()) return;

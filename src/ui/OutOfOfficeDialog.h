@@ -70,8 +70,9 @@ class OutOfOfficeDialog : public DialogLogic {
   static constexpr ControlId kKnownContactsOnly = 0x276E;
   static constexpr ControlId kEverybody = 0x276F;
 
-  // What the window loses in height while the external panel is folded.
-  static constexpr int kPanelHeight = 270;
+  // What the window loses in height while the external panel is folded, in the template's
+  // dialog units: all below a margin under OK and Cancel.
+  static constexpr int kPanelExtent = 160;
   // How much narrower the time pickers are in a 24-hour locale.
   static constexpr int kNarrowerTimePicker = 25;
 
@@ -90,16 +91,14 @@ class OutOfOfficeDialog : public DialogLogic {
   OutOfOfficeDialog(DialogView& view, IUnknown* config, Sieve::OutOfOfficeParams& record, DialogHost& host,
                     Settings settings);
 
-  // Handles OK and Cancel, the two buttons that end the dialog; any other id raises.
-  void onOkCancel(int id);
-
   bool advancedMode() const { return settings_.advancedMode; }
   bool externalPanelOpen() const { return externalPanelOpen_; }
 
  protected:
   void onInitDialog() override;
-  void onOk() override { onOkCancel(kIdOk); }
-  void onCancel() override { onOkCancel(kIdCancel); }
+  // OK stores nothing itself: it reads the controls into the record, and stays open where
+  // a step asks the user to fix something. Cancel leaves the record as it was.
+  void onOk() override;
   void onCommand(ControlId id, int notification) override;
 
  private:
@@ -132,6 +131,7 @@ class OutOfOfficeDialog : public DialogLogic {
   // The template shows the panel; the first run of the rules folds it.
   bool externalPanelShown_ = true;
   int fullHeight_ = 0;
+  int panelHeight_ = 0;  // kPanelExtent in pixels
 };
 
 }  // namespace zelvo::ui

@@ -48,8 +48,9 @@ SieveRulesDialog::SieveRulesDialog(DialogView& view, _ConfigProperties* config, 
       editor_(std::move(editor)),
       description_(view, kDescription, nullptr, folders) {
   if (!config_) ZEL_HERE.raise(E_INVALIDARG);
-  session_ = getProperty(config_.get(), L"session").toDispatch();
-  globalConfig_ = details::queryProperty<IGlobalConfig>(config_.get(), L"globalConfig", IID_IGlobalConfig);
+  // A data object that was never opened on a store has no store configuration: it is
+  // refused here rather than when the rules load.
+  (void)details::queryProperty<IGlobalConfig>(config_.get(), L"globalConfig", IID_IGlobalConfig);
   options_ = details::queryProperty<AddIn::IMailServerOptions>(config_.get(), L"MailServerOptions",
                                                                AddIn::IID_IMailServerOptions);
 }
@@ -157,7 +158,8 @@ void SieveRulesDialog::updateButtons(int row) {
   view().enable(kEdit, editable);
   view().enable(kDelete, editable);
   view().enable(kEditAsScript, editable);
-  view().enable(kCopy, rule && (!rule->reserved || Sieve::containsRule(reservedRules_, rule)));
+  // Any rule copies; a reserved one's copy is one of the user's own.
+  view().enable(kCopy, rule != nullptr);
   view().enable(kDescription, editable);
   showDescription(rule, selected.size() > 1);
 }

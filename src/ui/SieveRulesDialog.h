@@ -48,15 +48,13 @@ class SieveRulesDialog : public DialogLogic {
   // folders may be null (see RuleEditorDialog) and must outlive the factory's use.
   static RuleEditorFactory ruleEditor(RuleDescriptionHost* links, const Sieve::FolderNameTranslator* folders);
 
-  // config's session, store configuration and mail server options are taken here; a
-  // failing query is raised. host runs the nested dialogs; both outlive the dialog. folders
-  // words the folder paths of the description, and may be null.
+  // config's mail server options are taken here; a config without a store configuration
+  // or a failing query is raised. host runs the nested dialogs; both outlive the dialog.
+  // folders words the folder paths of the description, and may be null.
   SieveRulesDialog(DialogView& view, _ConfigProperties* config, DialogHost& host, RuleEditorFactory editor,
                    const Sieve::FolderNameTranslator* folders = nullptr);
   ~SieveRulesDialog() override;
 
-  IDispatch* session() const { return session_.get(); }
-  IGlobalConfig* globalConfig() const { return globalConfig_.get(); }
 
  protected:
   void onInitDialog() override;
@@ -90,8 +88,6 @@ class SieveRulesDialog : public DialogLogic {
   void moveListEntry(int row, int delta);
 
   ComRef<_ConfigProperties> config_;
-  ComRef<IDispatch> session_;
-  ComRef<IGlobalConfig> globalConfig_;
   ComRef<AddIn::IMailServerOptions> options_;
   DialogHost& host_;
   RuleEditorFactory editor_;

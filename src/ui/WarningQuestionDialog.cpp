@@ -6,10 +6,6 @@
 
 namespace zelvo::ui {
 
-namespace details {
-constexpr unsigned kDefaultTitle = 2;
-}  // namespace details
-
 WarningQuestionDialog::WarningQuestionDialog(DialogView& view, std::wstring title, std::wstring message,
                                              std::wstring confirmText, std::wstring cancelText)
     : DialogLogic(view),
@@ -20,14 +16,21 @@ WarningQuestionDialog::WarningQuestionDialog(DialogView& view, std::wstring titl
 
 void WarningQuestionDialog::onInitDialog() {
   view().setIcon(kIconId);
-  view().setTitle(title_.empty() ? Localization::getString(details::kDefaultTitle) : title_);
+  view().setTitle(title_.empty() ? Localization::getString(IDS_WARNING_QUESTION_TITLE) : title_);
   view().setText(kMessage, message_);
   view().setText(kIdCancel, cancelText_);
   if (confirmText_.empty()) {
-    view().destroyControl(kIdOk);
+    view().show(kIdOk, false);
+    view().enable(kIdOk, false);
+    view().setDefaultButton(kIdCancel);
   } else {
     view().setText(kIdOk, confirmText_);
   }
+}
+
+void WarningQuestionDialog::onOk() {
+  // Without a confirm text there is nothing to confirm, whatever sends the command.
+  if (!confirmText_.empty()) DialogLogic::onOk();
 }
 
 }  // namespace zelvo::ui

@@ -1,5 +1,5 @@
 // A small question that warns before something is lost, with button texts of its own: OK
-// confirms, Cancel keeps things as they are. Without a confirm text only Cancel stays.
+// confirms, Cancel keeps things as they are. Without a confirm text only Cancel shows, and it is the default button.
 #pragma once
 
 #include <string>
@@ -20,6 +20,7 @@ class WarningQuestionDialog : public DialogLogic {
 
  protected:
   void onInitDialog() override;
+  void onOk() override;
 
  private:
   std::wstring title_;

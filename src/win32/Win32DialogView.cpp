@@ -650,11 +650,10 @@ void Win32DialogView::moveControl(ui::ControlId id, const RECT& rect) {
   if (anchor != anchors_.end()) anchorAt(id, anchor->second.edges);
 }
 
-void Win32DialogView::destroyControl(ui::ControlId id) {
-  HWND control = item(id);
-  anchors_.erase(id);
-  // The logic asked for this one control to go; the dialog owns the rest.
-  DestroyWindow(control);
+RECT Win32DialogView::dialogUnitsToPixels(const RECT& units) const {
+  RECT pixels = units;
+  if (!MapDialogRect(dialog_, &pixels)) ZEL_HERE.raise(E_FAIL, L"The dialog cannot map dialog units");
+  return pixels;
 }
 
 void Win32DialogView::anchorAt(ui::ControlId id, UINT edges) {

@@ -140,7 +140,7 @@ class Win32DialogView : public ui::DialogView {
   void setWindowSize(int width, int height) override;
   RECT controlRect(ui::ControlId id) const override;
   void moveControl(ui::ControlId id, const RECT& rect) override;
-  void destroyControl(ui::ControlId id) override;
+  RECT dialogUnitsToPixels(const RECT& units) const override;
   void enableResizing(int minWidth, int minHeight) override;
   void setAnchor(ui::ControlId id, UINT edges) override;
   void sendNotification(ui::ControlId id, int code) override;

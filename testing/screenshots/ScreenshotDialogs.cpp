@@ -80,6 +80,19 @@ std::wstring sampleScript(IGlobalConfig* config) {
   return script.text();
 }
 
+// The sample's reply switched on, in advanced mode, in a zone and a time format of our
+// choosing rather than the machine's.
+std::unique_ptr<ui::DialogLogic> outOfOffice(DialogView& v, Context& c) {
+  const auto record = std::make_shared<Sieve::OutOfOfficeParams>();
+  c.options.getOutOfOffice(*record);
+  record->enabled = true;
+  ui::OutOfOfficeDialog::Settings settings{
+      std::make_shared<const timezone::ZTimeZone>(timezone::findTimeZone(std::string("Europe/Berlin"))), true,
+      {L"h:mm tt", false}};
+  return std::make_unique<Keeping<ui::OutOfOfficeDialog>>(record, v, c.globalConfig, *record, c.host,
+                                                          std::move(settings));
+}
+
 }  // namespace details
 
 // One line a dialog: its name, its template, how its logic is made, and what is done on it
@@ -120,20 +133,9 @@ const std::vector<ScreenshotDialog>& screenshotDialogs() {
          details::expandAll(tree, TreeView_GetRoot(tree));
          TreeView_EnsureVisible(tree, TreeView_GetSelection(tree));
        }},
-      {"OutOfOfficeDialog", ui::OutOfOfficeDialog::kTemplateId,
-       [](DialogView& v, Context& c) {
-         // The sample's reply switched on, in advanced mode, in a zone and a time format of
-         // our choosing rather than the machine's.
-         const auto record = std::make_shared<Sieve::OutOfOfficeParams>();
-         c.options.getOutOfOffice(*record);
-         record->enabled = true;
-         ui::OutOfOfficeDialog::Settings settings{
-             std::make_shared<const timezone::ZTimeZone>(timezone::findTimeZone(std::string("Europe/Berlin"))), true,
-             {L"h:mm tt", false}};
-         return std::make_unique<Keeping<ui::OutOfOfficeDialog>>(record, v, c.globalConfig, *record, c.host,
-                                                                 std::move(settings));
-       },
+      {"OutOfOfficeDialog", ui::OutOfOfficeDialog::kTemplateId, details::outOfOffice,
        [](HWND dialog) { details::click(dialog, ui::OutOfOfficeDialog::kFold); }},
+      {"OutOfOfficeDialogFolded", ui::OutOfOfficeDialog::kTemplateId, details::outOfOffice, nullptr},
       {"SieveScriptDialog", ui::SieveScriptDialog::kTemplateId,
        [](DialogView& v, Context& c) {
          return std::make_unique<ui::SieveScriptDialog>(v, details::sampleScript(c.globalConfig), true, false);

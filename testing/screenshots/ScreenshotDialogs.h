@@ -25,7 +25,7 @@ struct ScreenshotContext {
 };
 
 struct ScreenshotDialog {
-  const char* name;  // the dialog's class name: the picture is NAME.png
+  const char* name;  // the dialog's class name, with the state when it has several: NAME.png
   int templateId;
   std::function<std::unique_ptr<ui::DialogLogic>(ui::DialogView&, ScreenshotContext&)> make;
   // What a user would have done before the picture is taken (unfold a panel, open a tree);

@@ -20,7 +20,7 @@ TEST(FilterRulesSelection, TheLabelJoinsTheTwoTextsWithABlank) {
   dialog.initDialog();
   EXPECT_EQ(view.getText(FilterRulesSelectionDialog::kLabel),
             L"Server rules run on the Zelvo Hub server, even while Outlook is closed; Outlook's own rules run only "
-            L"while it is open. Which rules do you want to manage?");
+            L"while it is open. Choose which rules you want to manage.");
 }
 
 struct ChoiceCase {

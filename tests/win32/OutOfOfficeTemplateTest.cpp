@@ -66,6 +66,10 @@ TEST_F(TemplateTest, TheOutOfOfficeReplyUnfoldsItsPanelAndReadsThePickers) {
   std::vector<int> missing;
   int folded = 0;
   int unfolded = 0;
+  int panel = 0;
+  int marginUnderCancel = 0;
+  int margin = 0;
+  bool panelVisibleFolded = true;
   SYSTEMTIME shownStart{};
   host.onShown([&](HWND dialog, Win32DialogView& view, zelvo::ui::DialogLogic&) {
     for (const int id : {Dlg::kOn, Dlg::kOff, Dlg::kMessage, Dlg::kDefaultMessage, Dlg::kRangeEnabled, Dlg::kStartLabel,
@@ -75,6 +79,12 @@ TEST_F(TemplateTest, TheOutOfOfficeReplyUnfoldsItsPanelAndReadsThePickers) {
       if (!GetDlgItem(dialog, id)) missing.push_back(id);
     view.dateTimeGet(Dlg::kStartTime, shownStart);
     folded = windowHeight(dialog);
+    panel = view.dialogUnitsToPixels({0, 0, 0, Dlg::kPanelExtent}).bottom;
+    margin = view.dialogUnitsToPixels({0, 0, 0, 6}).bottom;
+    RECT client{};
+    GetClientRect(dialog, &client);
+    marginUnderCancel = client.bottom - view.controlRect(IDCANCEL).bottom;
+    panelVisibleFolded = IsWindowVisible(GetDlgItem(dialog, Dlg::kExternalEnabled)) != FALSE;
     clickButton(dialog, Dlg::kFold);
     unfolded = windowHeight(dialog);
     SetDlgItemTextW(dialog, Dlg::kExternalBody, L"Ask the front desk.");
@@ -90,7 +100,9 @@ TEST_F(TemplateTest, TheOutOfOfficeReplyUnfoldsItsPanelAndReadsThePickers) {
   EXPECT_EQ(result, zelvo::ui::kIdOk);
   EXPECT_TRUE(missing.empty()) << missing.size() << " controls missing, the first " << std::hex << missing[0];
   EXPECT_EQ(shownStart.wHour, 9);
-  EXPECT_EQ(unfolded - folded, Dlg::kPanelHeight);
+  EXPECT_EQ(unfolded - folded, panel);
+  EXPECT_NEAR(marginUnderCancel, margin, 1) << "folded, the buttons keep their margin to the bottom edge";
+  EXPECT_FALSE(panelVisibleFolded);
   EXPECT_EQ(record.rangeEnd.wHour, 17);  // 18:45 in Berlin
   EXPECT_EQ(record.rangeEnd.wMinute, 45);
   EXPECT_TRUE(record.externalSupported);
@@ -99,11 +111,13 @@ TEST_F(TemplateTest, TheOutOfOfficeReplyUnfoldsItsPanelAndReadsThePickers) {
   EXPECT_TRUE(failures.empty());
 }
 
-TEST_F(TemplateTest, TheWarningQuestionLosesOkWithoutAConfirmText) {
-  bool okThere = true;
+TEST_F(TemplateTest, TheWarningQuestionHidesOkWithoutAConfirmText) {
+  bool okVisible = true;
+  LRESULT defaultId = 0;
   std::wstring cancelText;
   host.onShown([&](HWND dialog, Win32DialogView& view, zelvo::ui::DialogLogic&) {
-    okThere = GetDlgItem(dialog, IDOK) != nullptr;
+    okVisible = IsWindowVisible(GetDlgItem(dialog, IDOK)) != FALSE;
+    defaultId = LOWORD(SendMessageW(dialog, DM_GETDEFID, 0, 0));
     cancelText = view.getText(IDCANCEL);
     EXPECT_EQ(view.getText(WarningQuestionDialog::kMessage), L"Something goes.");
     clickButton(dialog, IDCANCEL);
@@ -112,7 +126,8 @@ TEST_F(TemplateTest, TheWarningQuestionLosesOkWithoutAConfirmText) {
     return std::make_unique<WarningQuestionDialog>(view, L"", L"Something goes.", L"", L"Keep");
   });
   EXPECT_EQ(result, zelvo::ui::kIdCancel);
-  EXPECT_FALSE(okThere);
+  EXPECT_FALSE(okVisible);
+  EXPECT_EQ(defaultId, IDCANCEL) << "Enter must not confirm";
   EXPECT_EQ(cancelText, L"Keep");
   EXPECT_TRUE(failures.empty());
 }

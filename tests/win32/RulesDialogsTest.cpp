@@ -149,7 +149,7 @@ TEST_F(RulesDialogsOnWindows, TheRuleKindChoiceFollowsTheRadioButtons) {
   EXPECT_EQ(ended, 1);
   EXPECT_TRUE(serverChecked);
   EXPECT_FALSE(clientChecked);
-  EXPECT_NE(label.find(L"Which rules do you want to manage?"), std::wstring::npos);
+  EXPECT_NE(label.find(L"Choose which rules you want to manage."), std::wstring::npos);
   EXPECT_NE(choice, nullptr);
   EXPECT_FALSE(chosen);
 }
