@@ -58,6 +58,8 @@ class RecordingDialogView : public ui::DialogView {
     RECT rect{0, 0, 0, 0};
     UINT anchor = 0;
     int icon = 0;  // the icon a static shows
+    std::wstring font;  // set by setFont; empty for the dialog's own
+    int fontPoints = 0;
   };
   struct ListRow {
     std::vector<std::wstring> texts;  // by column; empty in a virtual list
@@ -194,6 +196,10 @@ class RecordingDialogView : public ui::DialogView {
   void setDefaultButton(ui::ControlId id) override;
   int defaultButtonChanges() const { return defaultButtonChanges_; }
   void setRedraw(ui::ControlId id, bool redraw) override;
+  void setFont(ui::ControlId id, const std::wstring& face, int points) override {
+    at(id).font = face;
+    at(id).fontPoints = points;
+  }
 
   void selectText(ui::ControlId id, int start, int end) override;
   void scrollCaret(ui::ControlId id) override { ++at(id).caretScrolls; }

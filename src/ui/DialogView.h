@@ -219,6 +219,9 @@ class DialogView {
   virtual void setDefaultButton(ControlId id) = 0;
   // Drawing of a control off and on; turning it on redraws the control.
   virtual void setRedraw(ControlId id, bool redraw) = 0;
+  // The font of a control by face and size in points, in place of the dialog's; a face the
+  // system lacks falls back to a fixed-pitch one. The view keeps the font while it lives.
+  virtual void setFont(ControlId id, const std::wstring& face, int points) = 0;
 
   // --- edit fields ---------------------------------------------------------------------------
   // Selects characters start..end (end excluded); start == end puts the caret there.

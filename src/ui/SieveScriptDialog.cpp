@@ -40,6 +40,8 @@ void SieveScriptDialog::onInitDialog() {
   view().setAnchor(kEdit, anchor::all);
   view().setAnchor(kIdOk, anchor::right | anchor::bottom);
   view().setAnchor(kIdCancel, anchor::right | anchor::bottom);
+  // Sieve is read by its indentation and brackets: a fixed-pitch font keeps them in line.
+  view().setFont(kEdit, L"Courier New", 9);
   view().setText(kEdit, editLineBreaks(text_));
   view().setFocus(kEdit);
   view().selectText(kEdit, 0, 0);

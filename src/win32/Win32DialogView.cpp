@@ -595,6 +595,20 @@ void Win32DialogView::richEditSetReadOnly(ui::ControlId id, bool readOnly) {
   SendMessageW(item(id), EM_SETREADONLY, readOnly ? TRUE : FALSE, 0);
 }
 
+void Win32DialogView::FontDeleter::operator()(HFONT__* font) const { DeleteObject(font); }
+
+void Win32DialogView::setFont(ui::ControlId id, const std::wstring& face, int points) {
+  HWND control = item(id);
+  HDC screen = GetDC(dialog_);
+  const int height = -MulDiv(points, GetDeviceCaps(screen, LOGPIXELSY), 72);
+  ReleaseDC(dialog_, screen);
+  HFONT font = CreateFontW(height, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET, OUT_DEFAULT_PRECIS,
+                           CLIP_DEFAULT_PRECIS, DEFAULT_QUALITY, FIXED_PITCH | FF_MODERN, face.c_str());
+  if (!font) ZEL_HERE.raise(E_FAIL);
+  fonts_.emplace_back(font);
+  SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+}
+
 void Win32DialogView::richEditSetFont(ui::ControlId id, const std::wstring& face, int points) {
   HWND edit = item(id);
   CHARFORMAT2W format{};

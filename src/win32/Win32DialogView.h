@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ui/DialogView.h"
 
@@ -62,6 +63,7 @@ class Win32DialogView : public ui::DialogView {
   ui::ControlId defaultButton() const override;
   void setDefaultButton(ui::ControlId id) override;
   void setRedraw(ui::ControlId id, bool redraw) override;
+  void setFont(ui::ControlId id, const std::wstring& face, int points) override;
 
   void selectText(ui::ControlId id, int start, int end) override;
   void scrollCaret(ui::ControlId id) override;
@@ -159,6 +161,9 @@ class Win32DialogView : public ui::DialogView {
   struct ImageListDeleter {
     void operator()(_IMAGELIST* list) const;
   };
+  struct FontDeleter {
+    void operator()(HFONT__* font) const;
+  };
 
   // The control; a missing one raises E_INVALIDARG.
   HWND item(ui::ControlId id) const;
@@ -178,6 +183,8 @@ class Win32DialogView : public ui::DialogView {
   HWND grip_ = nullptr;  // a child: it goes with the dialog
   Anchor gripAnchor_;
   std::map<ui::ControlId, std::unique_ptr<_IMAGELIST, ImageListDeleter>> treeImages_;
+  // Declared after nothing that uses them: the dialog's window is gone before the view.
+  std::vector<std::unique_ptr<HFONT__, FontDeleter>> fonts_;
   int expanding_ = 0;  // inside treeExpand: the control's own expanding notice is not the user's
 };
 
