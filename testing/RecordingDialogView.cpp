@@ -488,12 +488,12 @@ const RecordingDialogView::TreeNode& RecordingDialogView::treeNode(ui::ControlId
   return tree(id).nodes.at(item);
 }
 
-ui::TreeItem RecordingDialogView::treeInsert(ui::ControlId id, ui::TreeItem parent, const ui::TreeItemSpec& item) {
+ui::TreeItem RecordingDialogView::treeInsert(ui::ControlId id, ui::TreeItem parent, const ui::TreeItemSetup& item) {
   if (parent != ui::kTreeRoot && !validTreeItem(id, parent, "insert under")) return ui::kNoTreeItem;
   Tree& t = trees_[id];
   const ui::TreeItem handle = nextTreeItem_++;
   TreeNode node;
-  node.spec = item;
+  node.setup = item;
   node.parent = parent;
   t.nodes[handle] = node;
   (parent == ui::kTreeRoot ? t.top : t.nodes[parent].children).push_back(handle);
@@ -519,7 +519,7 @@ void RecordingDialogView::treeDeleteChildren(ui::ControlId id, ui::TreeItem item
   for (ui::TreeItem child : t.nodes[item].children) eraseTreeItem(t, child);
   TreeNode& node = t.nodes[item];
   node.children.clear();
-  node.spec.childrenPending = false;
+  node.setup.childrenPending = false;
   node.expanded = false;
 }
 
@@ -533,7 +533,7 @@ void RecordingDialogView::treeExpand(ui::ControlId id, ui::TreeItem item) {
   TreeNode& node = trees_[id].nodes[item];
   // An item without children has nothing to open, and loses its plus.
   node.expanded = !node.children.empty();
-  node.spec.childrenPending = false;
+  node.setup.childrenPending = false;
 }
 
 void RecordingDialogView::treeSelect(ui::ControlId id, ui::TreeItem item) {
@@ -555,7 +555,7 @@ void RecordingDialogView::treeEnsureVisible(ui::ControlId id, ui::TreeItem item)
 void RecordingDialogView::userExpandTreeItem(ui::ControlId id, ui::TreeItem item) {
   if (!logic("expanding a tree item") || !validTreeItem(id, item, "expand")) return;
   const TreeNode& node = tree(id).nodes.at(item);
-  if (node.children.empty() && !node.spec.childrenPending) {
+  if (node.children.empty() && !node.setup.childrenPending) {
     ADD_FAILURE() << "tree item " << item << " has no plus to click";
     return;
   }

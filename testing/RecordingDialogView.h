@@ -86,7 +86,7 @@ class RecordingDialogView : public ui::DialogView {
     int selection = ui::kNoItem;
   };
   struct TreeNode {
-    ui::TreeItemSpec spec;
+    ui::TreeItemSetup setup;
     ui::TreeItem parent = ui::kTreeRoot;
     std::vector<ui::TreeItem> children;
     bool expanded = false;
@@ -245,13 +245,13 @@ class RecordingDialogView : public ui::DialogView {
   void comboSelect(ui::ControlId id, int index) override;
 
   void treeSetImages(ui::ControlId id, const std::vector<int>& iconIds) override { trees_[id].images = iconIds; }
-  ui::TreeItem treeInsert(ui::ControlId id, ui::TreeItem parent, const ui::TreeItemSpec& item) override;
+  ui::TreeItem treeInsert(ui::ControlId id, ui::TreeItem parent, const ui::TreeItemSetup& item) override;
   void treeClear(ui::ControlId id) override;
   void treeDeleteChildren(ui::ControlId id, ui::TreeItem item) override;
   std::vector<ui::TreeItem> treeChildren(ui::ControlId id, ui::TreeItem parent) const override;
   ui::TreeItem treeParent(ui::ControlId id, ui::TreeItem item) const override { return treeNode(id, item).parent; }
-  std::wstring treeText(ui::ControlId id, ui::TreeItem item) const override { return treeNode(id, item).spec.text; }
-  ui::ItemData treeItemData(ui::ControlId id, ui::TreeItem item) const override { return treeNode(id, item).spec.data; }
+  std::wstring treeText(ui::ControlId id, ui::TreeItem item) const override { return treeNode(id, item).setup.text; }
+  ui::ItemData treeItemData(ui::ControlId id, ui::TreeItem item) const override { return treeNode(id, item).setup.data; }
   bool treeIsExpanded(ui::ControlId id, ui::TreeItem item) const override { return treeNode(id, item).expanded; }
   void treeExpand(ui::ControlId id, ui::TreeItem item) override;
   void treeSelect(ui::ControlId id, ui::TreeItem item) override;

@@ -54,11 +54,15 @@ std::array<WORD, 4> ModuleInfo::getFileVersions(const std::wstring& path) {
           static_cast<WORD>(fixed->dwFileVersionLS >> 16), static_cast<WORD>(fixed->dwFileVersionLS & 0xFFFF)};
 }
 
-void ModuleInfo::getModulePath(HMODULE module, std::wstring& path) {
-  std::vector<wchar_t> buffer(MAX_PATH);
+namespace details {
+// The module's path in a buffer that grows until the path is not cut; get is
+// GetModuleFileNameW or GetModuleFileNameA.
+template <class Char, class Get>
+void modulePathInto(HMODULE module, std::basic_string<Char>& path, Get get) {
+  std::vector<Char> buffer(MAX_PATH);
   for (;;) {
-    const DWORD length = GetModuleFileNameW(module, buffer.data(), static_cast<DWORD>(buffer.size()));
-    if (length == 0) ZEL_HERE.raise(details::lastFailure());
+    const DWORD length = get(module, buffer.data(), static_cast<DWORD>(buffer.size()));
+    if (length == 0) ZEL_HERE.raise(lastFailure());
     // A path that fills the buffer may have been cut: try again with more room.
     if (length < buffer.size()) {
       path.assign(buffer.data(), length);
@@ -68,19 +72,14 @@ void ModuleInfo::getModulePath(HMODULE module, std::wstring& path) {
     buffer.resize(buffer.size() * 2);
   }
 }
+}  // namespace details
+
+void ModuleInfo::getModulePath(HMODULE module, std::wstring& path) {
+  details::modulePathInto(module, path, GetModuleFileNameW);
+}
 
 void ModuleInfo::getModulePath(HMODULE module, std::string& path) {
-  std::vector<char> buffer(MAX_PATH);
-  for (;;) {
-    const DWORD length = GetModuleFileNameA(module, buffer.data(), static_cast<DWORD>(buffer.size()));
-    if (length == 0) ZEL_HERE.raise(details::lastFailure());
-    if (length < buffer.size()) {
-      path.assign(buffer.data(), length);
-      return;
-    }
-    if (buffer.size() >= 32768) ZEL_HERE.raise(win32ErrorToHResult(ERROR_INSUFFICIENT_BUFFER));
-    buffer.resize(buffer.size() * 2);
-  }
+  details::modulePathInto(module, path, GetModuleFileNameA);
 }
 
 std::wstring ModuleInfo::getModulePath(DWORD processId, const std::wstring& moduleName) {

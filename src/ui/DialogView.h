@@ -139,7 +139,7 @@ constexpr TreeItem kNoTreeItem = 0;
 // A new tree view item. An image of -1 is none; overlay is the index of an image of the
 // tree's list drawn over the item's own. With childrenPending the item shows a plus before
 // its children are inserted; expanding it is the time to insert them.
-struct TreeItemSpec {
+struct TreeItemSetup {
   std::wstring text;
   int image = -1;
   int selectedImage = -1;  // -1: as image
@@ -300,7 +300,7 @@ class DialogView {
   virtual void treeSetImages(ControlId id, const std::vector<int>& iconIds) = 0;
   // Inserts an item as the last child of parent (kTreeRoot for a top item); kNoTreeItem
   // when the control refused it.
-  virtual TreeItem treeInsert(ControlId id, TreeItem parent, const TreeItemSpec& item) = 0;
+  virtual TreeItem treeInsert(ControlId id, TreeItem parent, const TreeItemSetup& item) = 0;
   virtual void treeClear(ControlId id) = 0;
   // Deletes the children of item and leaves it without a plus.
   virtual void treeDeleteChildren(ControlId id, TreeItem item) = 0;

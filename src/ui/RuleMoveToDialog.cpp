@@ -50,7 +50,7 @@ void RuleMoveToDialog::refreshFolderTree() {
 }
 
 TreeItem RuleMoveToDialog::createMsgStoreTree(const details::MsgStore& store) {
-  TreeItemSpec rootSpec;
+  TreeItemSetup rootSpec;
   rootSpec.text = store.storeName;
   rootSpec.image = store.rootName.empty() ? kMailboxImage : kNamespaceImage;
   const TreeItem root = view().treeInsert(kTree, kTreeRoot, rootSpec);
@@ -102,11 +102,11 @@ TreeItem RuleMoveToDialog::insertFolder(TreeItem root, const std::wstring& rootN
     }
   }
 
-  TreeItemSpec spec;
-  spec.text = details::lastComponent(folder.displayPath);
-  spec.image = kFolderImage;
-  if (!folder.canChoose()) spec.overlay = kNotChosenOverlay;
-  const TreeItem item = view().treeInsert(kTree, parent, spec);
+  TreeItemSetup setup;
+  setup.text = details::lastComponent(folder.displayPath);
+  setup.image = kFolderImage;
+  if (!folder.canChoose()) setup.overlay = kNotChosenOverlay;
+  const TreeItem item = view().treeInsert(kTree, parent, setup);
   if (item == kNoTreeItem) ZEL_HERE.raise(E_FAIL, "Failed to insert a folder into the tree.");
   folders_[item] = folder;
   last.item = item;

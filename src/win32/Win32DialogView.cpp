@@ -196,12 +196,12 @@ void Win32DialogView::listViewAddColumn(ui::ControlId id, const std::wstring& ti
   HWND list = item(id);
   HWND header = reinterpret_cast<HWND>(SendMessageW(list, LVM_GETHEADER, 0, 0));
   const int column = header ? static_cast<int>(SendMessageW(header, HDM_GETITEMCOUNT, 0, 0)) : 0;
-  LVCOLUMNW spec{};
-  spec.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM;
-  spec.pszText = const_cast<wchar_t*>(title.c_str());
-  spec.cx = width > 0 ? width : 50;
-  spec.iSubItem = column;
-  if (SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&spec)) < 0) {
+  LVCOLUMNW setup{};
+  setup.mask = LVCF_TEXT | LVCF_WIDTH | LVCF_SUBITEM;
+  setup.pszText = const_cast<wchar_t*>(title.c_str());
+  setup.cx = width > 0 ? width : 50;
+  setup.iSubItem = column;
+  if (SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(column), reinterpret_cast<LPARAM>(&setup)) < 0) {
     ZEL_HERE.raise(E_FAIL, L"The list view refused a column");
   }
   if (width <= 0) listViewSetColumnWidth(id, column, width);
@@ -412,25 +412,25 @@ void Win32DialogView::treeSetImages(ui::ControlId id, const std::vector<int>& ic
   treeImages_[id] = std::move(list);
 }
 
-ui::TreeItem Win32DialogView::treeInsert(ui::ControlId id, ui::TreeItem parent, const ui::TreeItemSpec& spec) {
+ui::TreeItem Win32DialogView::treeInsert(ui::ControlId id, ui::TreeItem parent, const ui::TreeItemSetup& setup) {
   TVINSERTSTRUCTW insert{};
   insert.hParent = parent == ui::kTreeRoot ? TVI_ROOT : details::treeHandle(parent);
   insert.hInsertAfter = TVI_LAST;
   TVITEMW& entry = insert.item;
   entry.mask = TVIF_TEXT | TVIF_PARAM;
-  entry.pszText = const_cast<wchar_t*>(spec.text.c_str());
-  entry.lParam = spec.data;
-  if (spec.image >= 0) {
+  entry.pszText = const_cast<wchar_t*>(setup.text.c_str());
+  entry.lParam = setup.data;
+  if (setup.image >= 0) {
     entry.mask |= TVIF_IMAGE | TVIF_SELECTEDIMAGE;
-    entry.iImage = spec.image;
-    entry.iSelectedImage = spec.selectedImage >= 0 ? spec.selectedImage : spec.image;
+    entry.iImage = setup.image;
+    entry.iSelectedImage = setup.selectedImage >= 0 ? setup.selectedImage : setup.image;
   }
-  if (spec.overlay >= 0 && spec.overlay < 15) {
+  if (setup.overlay >= 0 && setup.overlay < 15) {
     entry.mask |= TVIF_STATE;
     entry.stateMask = TVIS_OVERLAYMASK;
-    entry.state = INDEXTOOVERLAYMASK(spec.overlay + 1);
+    entry.state = INDEXTOOVERLAYMASK(setup.overlay + 1);
   }
-  if (spec.childrenPending) {
+  if (setup.childrenPending) {
     // A plus before the children are known; inserting them later keeps it.
     entry.mask |= TVIF_CHILDREN;
     entry.cChildren = 1;

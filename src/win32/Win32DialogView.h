@@ -109,7 +109,7 @@ class Win32DialogView : public ui::DialogView {
   void comboSelect(ui::ControlId id, int index) override;
 
   void treeSetImages(ui::ControlId id, const std::vector<int>& iconIds) override;
-  ui::TreeItem treeInsert(ui::ControlId id, ui::TreeItem parent, const ui::TreeItemSpec& item) override;
+  ui::TreeItem treeInsert(ui::ControlId id, ui::TreeItem parent, const ui::TreeItemSetup& item) override;
   void treeClear(ui::ControlId id) override;
   void treeDeleteChildren(ui::ControlId id, ui::TreeItem item) override;
   std::vector<ui::TreeItem> treeChildren(ui::ControlId id, ui::TreeItem parent) const override;

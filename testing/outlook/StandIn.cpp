@@ -797,8 +797,8 @@ ComRef<IDispatch> defaultFolder(const std::shared_ptr<HostState>& state, LONG ty
 template <bool Mail>
 class Item final : public HostObject<Item<Mail>> {
  public:
-  Item(std::shared_ptr<HostState> state, ItemSpec spec) : HostObject<Item>(std::move(state)), spec_(std::move(spec)) {}
-  Item(std::shared_ptr<HostState> state, std::wstring entryId) : Item(std::move(state), ItemSpec{std::move(entryId)}) {}
+  Item(std::shared_ptr<HostState> state, ItemSetup setup) : HostObject<Item>(std::move(state)), setup_(std::move(setup)) {}
+  Item(std::shared_ptr<HostState> state, std::wstring entryId) : Item(std::move(state), ItemSetup{std::move(entryId)}) {}
   static const IID* ownInterface() { return Mail ? &IID_OutlookMailItem : nullptr; }
   static const wchar_t* objectName() { return Mail ? L"MailItem" : L"AppointmentItem"; }
   static const zelvo::DispatchTable<Item>& dispatchTable() {
@@ -806,30 +806,30 @@ class Item final : public HostObject<Item<Mail>> {
         {L"EntryID", 0xF01E, DISPATCH_PROPERTYGET, 0,
          [](Item& m, zelvo::DispatchCall& c) {
            m.state_->call(objectName(), L"EntryID");
-           c.result = Variant::fromText(m.spec_.entryId);
+           c.result = Variant::fromText(m.setup_.entryId);
          }},
         {L"MAPIOBJECT", 0xF061, DISPATCH_PROPERTYGET, 0,
          [](Item& m, zelvo::DispatchCall& c) {
            m.state_->call(objectName(), L"MAPIOBJECT");
-           const ComRef<IMAPIProp> prop = ComRef<IMAPIProp>::adopt(new ItemProp(m.state_, m.spec_.entryId));
+           const ComRef<IMAPIProp> prop = ComRef<IMAPIProp>::adopt(new ItemProp(m.state_, m.setup_.entryId));
            c.result = Variant::fromUnknown(prop.get());
          }},
         {L"Sent", 0xF022, DISPATCH_PROPERTYGET, 0,
          [](Item& m, zelvo::DispatchCall& c) {
            m.state_->call(objectName(), L"Sent");
-           c.result = Variant::fromBool(m.spec_.sent);
+           c.result = Variant::fromBool(m.setup_.sent);
          }},
         {L"Parent", 0xF001, DISPATCH_PROPERTYGET, 0,
          [](Item& m, zelvo::DispatchCall& c) {
            m.state_->call(objectName(), L"Parent");
-           c.result = Variant::fromDispatch(m.spec_.parent.get());
+           c.result = Variant::fromDispatch(m.setup_.parent.get());
          }},
     });
     return table;
   }
 
  private:
-  ItemSpec spec_;
+  ItemSetup setup_;
 };
 using MailItem = Item<true>;
 using AppointmentItem = Item<false>;
@@ -1645,8 +1645,8 @@ ComRef<IDispatch> StandIn::folder(size_t storeIndex, const std::wstring& path) {
 
 ComRef<IDispatch> StandIn::mailItem(const std::wstring& entryIdText) { return make<MailItem>(state_, entryIdText); }
 
-ComRef<IDispatch> StandIn::item(const ItemSpec& spec) {
-  return spec.mail ? make<MailItem>(state_, spec) : make<AppointmentItem>(state_, spec);
+ComRef<IDispatch> StandIn::item(const ItemSetup& setup) {
+  return setup.mail ? make<MailItem>(state_, setup) : make<AppointmentItem>(state_, setup);
 }
 
 void StandIn::setDefaultItemType(size_t storeIndex, const std::wstring& path, LONG type) {

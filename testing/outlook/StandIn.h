@@ -87,7 +87,7 @@ struct Window;
 // (an appointment) that answers no _MailItem. Its MAPIOBJECT answers PR_ENTRYID with the
 // bytes of the entry id text (hexadecimal); a text that isn't, or an empty one, leaves the
 // property missing. Parent is the folder given, or nothing.
-struct ItemSpec {
+struct ItemSetup {
   std::wstring entryId;
   bool mail = true;
   bool sent = true;
@@ -114,7 +114,7 @@ class StandIn {
   ComRef<IDispatch> folder(size_t storeIndex, const std::wstring& path);
   // A MailItem object with this entry id text.
   ComRef<IDispatch> mailItem(const std::wstring& entryIdText);
-  ComRef<IDispatch> item(const ItemSpec& spec);
+  ComRef<IDispatch> item(const ItemSetup& setup);
   // The host's DefaultItemType of a folder (0 mail, 1 appointments, 2 contacts...); 0
   // unless set here.
   void setDefaultItemType(size_t storeIndex, const std::wstring& path, LONG type);

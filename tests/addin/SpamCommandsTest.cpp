@@ -22,7 +22,7 @@
 namespace {
 
 using namespace zelvo::addin;
-using OutlookStandIn::ItemSpec;
+using OutlookStandIn::ItemSetup;
 using OutlookStandIn::StandIn;
 using ReferenceStore::Operation;
 
@@ -142,7 +142,7 @@ class SpamCommandsTest : public ::testing::Test {
   ReferenceStore::Store& store() { return host_.store(0); }
   ComRef<IDispatch> folder(const wchar_t* path, size_t storeIndex = 0) { return host_.folder(storeIndex, path); }
   ComRef<IDispatch> mail(const std::wstring& id, bool sent = true, bool isMail = true) {
-    return host_.item(ItemSpec{id, isMail, sent, folder(L"Inbox")});
+    return host_.item(ItemSetup{id, isMail, sent, folder(L"Inbox")});
   }
   ComRef<IDispatch> message(uint8_t n) { return mail(hex(messageId(n))); }
   void explore(const wchar_t* path, std::vector<ComRef<IDispatch>> selection) {
@@ -319,7 +319,7 @@ TEST_F(SpamCommandsTest, MarkingHandsTheReadableIdsOverAndMovesTheState) {
   EXPECT_TRUE(commands().markAsJunkEmail(false));
   EXPECT_EQ(store().activity().junkMarks.back().entryIds, std::vector{messageId(2)});
   EXPECT_EQ(junkMark(2), false);
-  host_.openInspector(host_.item(ItemSpec{hex(messageId(3))}).get());
+  host_.openInspector(host_.item(ItemSetup{hex(messageId(3))}).get());
   EXPECT_FALSE(commands().markAsJunkEmail(false)) << "an item without a folder names no store";
   host_.select({});
   host_.closeInspector();

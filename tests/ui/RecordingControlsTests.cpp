@@ -184,7 +184,7 @@ TEST_F(RecordingTreeView, ExpandingAPendingParentLetsTheLogicFillIt) {
   view.treeDeleteChildren(kTree, store);
   EXPECT_EQ(view.treeSelection(kTree), kNoTreeItem) << "the selected child went";
   EXPECT_FALSE(view.treeIsExpanded(kTree, store));
-  EXPECT_FALSE(view.treeNode(kTree, store).spec.childrenPending);
+  EXPECT_FALSE(view.treeNode(kTree, store).setup.childrenPending);
 }
 
 TEST_F(RecordingTreeView, ARefusedOrEmptyExpansionLeavesTheItemClosed) {
@@ -192,11 +192,11 @@ TEST_F(RecordingTreeView, ARefusedOrEmptyExpansionLeavesTheItemClosed) {
   const TreeItem b = view.treeInsert(kTree, kTreeRoot, {L"b", 0, -1, -1, 0, true});
   logic.answer = true;
   view.userExpandTreeItem(kTree, a);
-  EXPECT_TRUE(view.treeNode(kTree, a).spec.childrenPending) << "refused: the plus stays";
+  EXPECT_TRUE(view.treeNode(kTree, a).setup.childrenPending) << "refused: the plus stays";
   logic.answer = false;
   view.userExpandTreeItem(kTree, b);
   EXPECT_FALSE(view.treeIsExpanded(kTree, b));
-  EXPECT_FALSE(view.treeNode(kTree, b).spec.childrenPending) << "nothing came: the plus goes";
+  EXPECT_FALSE(view.treeNode(kTree, b).setup.childrenPending) << "nothing came: the plus goes";
   EXPECT_NONFATAL_FAILURE(view.userExpandTreeItem(kTree, b), "no plus");
 }
 

@@ -34,7 +34,7 @@ Guid account(unsigned char n) {
   return Guid(value);
 }
 
-struct StoreSpec {
+struct StoreSetup {
   std::wstring name;
   Guid service;
   std::wstring rootName;
@@ -52,13 +52,13 @@ ReferenceStore::MailboxFolder folder(const std::wstring& path, const std::wstrin
 // The session's stores: reference stores with their names.
 class Stores : public zelvo::ui::MessageStoreSession {
  public:
-  void add(const StoreSpec& spec) {
+  void add(const StoreSetup& setup) {
     ReferenceStore::Mailbox mailbox;
-    mailbox.serviceUid = spec.service;
-    mailbox.rootName = spec.rootName;
-    mailbox.folders = spec.folders;
+    mailbox.serviceUid = setup.service;
+    mailbox.rootName = setup.rootName;
+    mailbox.folders = setup.folders;
     stores_.push_back(std::make_unique<ReferenceStore::Store>(mailbox));
-    names_.push_back(spec.name);
+    names_.push_back(setup.name);
   }
   ReferenceStore::Store& store(std::size_t i) { return *stores_[i]; }
   std::vector<Store> messageStores() override {
@@ -96,13 +96,13 @@ class RuleMoveToTest : public ::testing::Test {
   void walk(const std::vector<TreeItem>& items, const std::wstring& indent, std::vector<std::wstring>& lines) const {
     for (TreeItem item : items) {
       const auto& node = view.treeNode(kTree, item);
-      std::wstring line = indent + node.spec.text;
+      std::wstring line = indent + node.setup.text;
       if (const RuleFolder* f = dialog->folderOf(item)) {
         line += L" <" + f->path + L">";
         if (!f->canChoose()) line += L" -";
-        EXPECT_EQ(node.spec.overlay, f->canChoose() ? -1 : RuleMoveToDialog::kNotChosenOverlay) << line;
+        EXPECT_EQ(node.setup.overlay, f->canChoose() ? -1 : RuleMoveToDialog::kNotChosenOverlay) << line;
       } else {
-        line += L" [" + std::to_wstring(node.spec.image) + L"]";
+        line += L" [" + std::to_wstring(node.setup.image) + L"]";
       }
       if (node.expanded) line += L" +";
       lines.push_back(line);
